@@ -1,0 +1,54 @@
+#include "core/VRNDefaultCollaborators.h"
+
+#include <mutex>
+
+#include "api/VRNAPIProtocol.h"
+
+namespace vorna {
+namespace {
+
+struct Registrar {
+    std::mutex mutex;
+    std::function<void()> resources;
+};
+
+Registrar& registrar() {
+    static Registrar r;
+    return r;
+}
+
+}  // namespace
+
+std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI() { return nullptr; }
+
+void VRNRegisterKitResources() {
+    std::function<void()> registerResources;
+    {
+        std::lock_guard lock(registrar().mutex);
+        registerResources = registrar().resources;
+    }
+    if (registerResources) {
+        registerResources();
+    }
+}
+
+void VRNSetKitResourceRegistrar(std::function<void()> resources) {
+    std::lock_guard lock(registrar().mutex);
+    registrar().resources = std::move(resources);
+}
+
+void VRNStartBlackBox() {}
+
+void VRNSetBlackBoxEnabled(bool /*enabled*/) {}
+
+void VRNStartSessionReporter() {}
+
+void VRNStartBrandingService() {}
+
+std::shared_ptr<VRNVornaReportData> VRNMakeAutoReportData(
+    bool /*attachScreenshot*/, const std::optional<std::string>& /*description*/,
+    const VRNVorna::PrepareDataHook& /*onPrepareData*/) {
+    return nullptr;
+}
+
+}  // namespace vorna

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "vorna/Vorna.h"
+
+namespace vorna {
+
+class VRNAPIProtocol;
+class VRNVornaReportData;
+
+// Where the facade meets the rooms below it: the process-wide collaborators it makes or
+// starts. Kept in one place so the facade reads as the start-up sequence and nothing else.
+
+// The backend client of the shared instance.
+std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI();
+
+// Registers what the kit's screens need (the fonts); a UI layer installs the registrar.
+void VRNRegisterKitResources();
+void VRNSetKitResourceRegistrar(std::function<void()> registrar);
+
+// The black box and the session history.
+void VRNStartBlackBox();
+void VRNSetBlackBoxEnabled(bool enabled);
+void VRNStartSessionReporter();
+
+// Installs a fresh default branding when a report flow opens.
+void VRNStartBrandingService();
+
+// A report made without screens: gathered now, passed through the host's hook, with the
+// description under "VRN_UserInput" and a screenshot file (a captured one, or a white pixel).
+std::shared_ptr<VRNVornaReportData> VRNMakeAutoReportData(
+    bool attachScreenshot, const std::optional<std::string>& description,
+    const VRNVorna::PrepareDataHook& onPrepareData);
+
+}  // namespace vorna

@@ -1,0 +1,120 @@
+#include "platform/VRNDispatchQueue.h"
+
+#include <pthread.h>
+
+#include <future>
+
+namespace vorna {
+
+VRNDispatchQueue::VRNDispatchQueue(std::string label)
+    : label_(std::move(label)), thread_([this] { run(); }) {
+    pthread_setname_np(thread_.native_handle(), label_.substr(0, 15).c_str());
+}
+
+VRNDispatchQueue::~VRNDispatchQueue() {
+    {
+        std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    changed_.notify_all();
+    if (thread_.get_id() == std::this_thread::get_id()) {
+        thread_.detach();
+    } else if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+void VRNDispatchQueue::async(std::function<void()> task) {
+    {
+        std::lock_guard lock(mutex_);
+        tasks_.push_back(std::move(task));
+    }
+    changed_.notify_all();
+}
+
+void VRNDispatchQueue::sync(const std::function<void()>& task) {
+    if (isCurrent()) {
+        task();
+        return;
+    }
+    std::promise<void> done;
+    auto finished = done.get_future();
+    async([&] {
+        task();
+        done.set_value();
+    });
+    finished.wait();
+}
+
+bool VRNDispatchQueue::isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
+
+void VRNDispatchQueue::waitUntilIdle() {
+    if (isCurrent()) {
+        return;
+    }
+    sync([] {});
+}
+
+void VRNDispatchQueue::run() {
+    for (;;) {
+        std::function<void()> task;
+        {
+            std::unique_lock lock(mutex_);
+            changed_.wait(lock, [&] { return stopping_ || !tasks_.empty(); });
+            if (tasks_.empty()) {
+                return;
+            }
+            task = std::move(tasks_.front());
+            tasks_.pop_front();
+        }
+        task();
+    }
+}
+
+void VRNSemaphore::signal() {
+    {
+        std::lock_guard lock(mutex_);
+        ++count_;
+    }
+    changed_.notify_one();
+}
+
+void VRNSemaphore::wait() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return count_ > 0; });
+    --count_;
+}
+
+bool VRNSemaphore::waitFor(std::chrono::milliseconds timeout) {
+    std::unique_lock lock(mutex_);
+    if (!changed_.wait_for(lock, timeout, [&] { return count_ > 0; })) {
+        return false;
+    }
+    --count_;
+    return true;
+}
+
+void VRNDispatchGroup::enter() {
+    std::lock_guard lock(mutex_);
+    ++outstanding_;
+}
+
+void VRNDispatchGroup::leave() {
+    {
+        std::lock_guard lock(mutex_);
+        --outstanding_;
+    }
+    changed_.notify_all();
+}
+
+void VRNDispatchGroup::wait() {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return outstanding_ <= 0; });
+}
+
+bool VRNDispatchGroup::waitFor(std::chrono::milliseconds timeout) {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, timeout, [&] { return outstanding_ <= 0; });
+}
+
+}  // namespace vorna

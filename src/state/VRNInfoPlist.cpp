@@ -1,0 +1,47 @@
+#include "state/VRNInfoPlist.h"
+
+#include <mutex>
+
+#include "state/VRNConstants.h"
+#include "vorna/VRNLog.h"
+
+namespace vorna {
+namespace {
+
+std::optional<std::string> vornaEntry(const char* key) {
+    const auto bundle = VRNBundle::mainBundle();
+    if (!bundle->hasDictionary(VornaDictKey)) {
+        // Said once per bundle read, not at every lookup: the answer cannot change.
+        static std::shared_ptr<VRNBundle> reported;
+        static std::mutex mutex;
+        std::lock_guard lock(mutex);
+        if (reported != bundle) {
+            reported = bundle;
+            VRNLog("VRNInfoPlist - The host's Info.plist (%s) has no \"%s\" dictionary; client id "
+                   "and secret are missing",
+                   bundle->source().c_str(), VornaDictKey);
+        }
+        return std::nullopt;
+    }
+    return bundle->stringInDictionary(VornaDictKey, key);
+}
+
+}  // namespace
+
+std::optional<std::string> VRNInfoPlist::apiClientID() const { return vornaEntry(APIClientID); }
+
+std::optional<std::string> VRNInfoPlist::apiClientSecret() const {
+    return vornaEntry(APIClientSecret);
+}
+
+std::optional<std::string> VRNInfoPlist::hostApplicationBundleId() const {
+    return VRNBundle::mainBundle()->bundleIdentifier();
+}
+
+std::shared_ptr<VRNBundle> VRNInfoPlist::vornaBundle() const { return VRNBundle::vornaBundle(); }
+
+std::optional<std::string> VRNInfoPlist::apiUrl() const {
+    return vornaBundle()->stringForKey(kVornaApiURLKey);
+}
+
+}  // namespace vorna

@@ -190,6 +190,12 @@ std::optional<std::string> VRNConnection::callerKey(const char* functionName,
     }
     name = name.substr(start);
     auto parts = qualifiedComponents(name);
+    // The kit's own namespace and unnamed namespaces are not classes: a free function there has
+    // no class to key by. (A host's namespace cannot be told from a class by its name alone; a
+    // free function in one is keyed by the namespace, which is just as stable.)
+    std::erase_if(parts, [](const std::string& part) {
+        return part == "vorna" || part == "(anonymous namespace)";
+    });
     if (parts.size() < 2) {
         return fail(CallerFailure::CouldNotDetermine);
     }

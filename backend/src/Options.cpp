@@ -1,0 +1,145 @@
+#include "Options.h"
+
+#include <charconv>
+#include <fstream>
+
+#include "Text.h"
+
+namespace vorna::backend {
+
+const char* Options::usage() {
+    return "usage: vorna-backend [--host ADDRESS] [--port PORT] [--data-dir DIR]\n"
+           "                     [--client ID:SECRET ...] [--expire-tokens] [--max-body-mb N]\n"
+           "\n"
+           "  --host ADDRESS     address to listen on (default 127.0.0.1)\n"
+           "  --port PORT        port to listen on, 0 for any free port (default 8642)\n"
+           "  --data-dir DIR     database and uploaded files (default ./vorna-backend-data)\n"
+           "  --client ID:SECRET a client that may ask for access tokens; repeatable. More\n"
+           "                     clients come from DIR/clients.txt, one ID:SECRET a line.\n"
+           "                     With none at all, demo-client:demo-secret is accepted.\n"
+           "  --expire-tokens    refuse access tokens after their expires_in (3600 s); by\n"
+           "                     default they stay valid, as clients never refresh them\n"
+           "  --max-body-mb N    largest request body in MiB (default 256)\n";
+}
+
+std::optional<ClientCredentials> Options::parseClient(const std::string& text) {
+    const std::size_t colon = text.find(':');
+    if (colon == std::string::npos || colon == 0) {
+        return std::nullopt;
+    }
+    return ClientCredentials{text.substr(0, colon), text.substr(colon + 1)};
+}
+
+std::optional<Options> Options::parse(const std::vector<std::string>& args, std::string& error) {
+    Options options;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+        std::string arg = args[i];
+        std::optional<std::string> inlineValue;
+        if (arg.starts_with("--")) {
+            if (const std::size_t equals = arg.find('='); equals != std::string::npos) {
+                inlineValue = arg.substr(equals + 1);
+                arg.resize(equals);
+            }
+        }
+        const auto value = [&]() -> std::optional<std::string> {
+            if (inlineValue) {
+                return inlineValue;
+            }
+            if (i + 1 >= args.size()) {
+                error = arg + " needs a value";
+                return std::nullopt;
+            }
+            return args[++i];
+        };
+        if (arg == "--help" || arg == "-h") {
+            options.help = true;
+        } else if (arg == "--host") {
+            const auto host = value();
+            if (!host) {
+                return std::nullopt;
+            }
+            options.host = *host;
+        } else if (arg == "--port") {
+            const auto text = value();
+            if (!text) {
+                return std::nullopt;
+            }
+            int port = -1;
+            const auto [end, ec] = std::from_chars(text->data(), text->data() + text->size(), port);
+            if (ec != std::errc() || end != text->data() + text->size() || port < 0 ||
+                port > 65535) {
+                error = "--port takes a number from 0 to 65535, not \"" + *text + "\"";
+                return std::nullopt;
+            }
+            options.port = port;
+        } else if (arg == "--data-dir") {
+            const auto dir = value();
+            if (!dir) {
+                return std::nullopt;
+            }
+            if (dir->empty()) {
+                error = "--data-dir needs a directory";
+                return std::nullopt;
+            }
+            options.dataDir = *dir;
+        } else if (arg == "--client") {
+            const auto text = value();
+            if (!text) {
+                return std::nullopt;
+            }
+            const auto client = parseClient(*text);
+            if (!client) {
+                error = "--client takes ID:SECRET, not \"" + *text + "\"";
+                return std::nullopt;
+            }
+            options.clients.push_back(*client);
+        } else if (arg == "--expire-tokens") {
+            options.expireTokens = true;
+        } else if (arg == "--max-body-mb") {
+            const auto text = value();
+            if (!text) {
+                return std::nullopt;
+            }
+            std::size_t megabytes = 0;
+            const auto [end, ec] =
+                std::from_chars(text->data(), text->data() + text->size(), megabytes);
+            if (ec != std::errc() || end != text->data() + text->size() || megabytes == 0 ||
+                megabytes > 64 * 1024) {
+                error = "--max-body-mb takes a number of MiB from 1 to 65536";
+                return std::nullopt;
+            }
+            options.maxBodyBytes = megabytes * 1024 * 1024;
+        } else {
+            error = "unknown argument \"" + args[i] + "\"";
+            return std::nullopt;
+        }
+    }
+    return options;
+}
+
+bool Options::readClientsFile(const std::filesystem::path& file,
+                              std::vector<ClientCredentials>& clients, std::string& error) {
+    std::ifstream in(file);
+    if (!in) {
+        error = "cannot read " + file.string();
+        return false;
+    }
+    std::string line;
+    int number = 0;
+    while (std::getline(in, line)) {
+        ++number;
+        const std::string trimmed(Text::trim(line));
+        if (trimmed.empty() || trimmed.front() == '#') {
+            continue;
+        }
+        const auto client = parseClient(trimmed);
+        if (!client) {
+            error = file.string() + ":" + std::to_string(number) + ": expected ID:SECRET";
+            return false;
+        }
+        clients.push_back(*client);
+    }
+    return true;
+}
+
+}  // namespace vorna::backend

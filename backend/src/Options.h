@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vorna::backend {
+
+struct ClientCredentials {
+    std::string id;
+    std::string secret;
+};
+
+// The command line of vorna-backend.
+struct Options {
+    std::string host = "127.0.0.1";
+    int port = 8642;
+    std::filesystem::path dataDir = "vorna-backend-data";
+    std::vector<ClientCredentials> clients;
+    bool expireTokens = false;
+    std::size_t maxBodyBytes = std::size_t{256} * 1024 * 1024;
+    bool help = false;
+
+    static const char* usage();
+    // Answers the options, or nullopt with the reason in error.
+    static std::optional<Options> parse(const std::vector<std::string>& args, std::string& error);
+    // Reads "id:secret" lines (blank lines and lines starting with '#' are skipped).
+    static bool readClientsFile(const std::filesystem::path& file,
+                                std::vector<ClientCredentials>& clients, std::string& error);
+    static std::optional<ClientCredentials> parseClient(const std::string& text);
+};
+
+}  // namespace vorna::backend

@@ -113,6 +113,11 @@ std::shared_ptr<VRNBundle> VRNBundle::fromInfoPlist(const std::filesystem::path&
         return std::make_shared<VRNBundle>(nlohmann::json::object(), path);
     }
     const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    return fromInfoPlistData(bytes, path);
+}
+
+std::shared_ptr<VRNBundle> VRNBundle::fromInfoPlistData(const std::string& bytes,
+                                                        const std::filesystem::path& path) {
     plist_t root = nullptr;
     if (!bytes.empty()) {
         plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &root);

@@ -32,6 +32,9 @@ public:
 
     // Parses an XML (or binary) property list whose root is a dictionary.
     static std::shared_ptr<VRNBundle> fromInfoPlist(const std::filesystem::path& path);
+    // The same from bytes already read; `source` names them in log lines.
+    static std::shared_ptr<VRNBundle> fromInfoPlistData(const std::string& bytes,
+                                                        const std::filesystem::path& source);
 
     std::optional<std::string> stringForKey(const std::string& key) const;
     std::optional<std::string> stringInDictionary(const std::string& dictionaryKey,

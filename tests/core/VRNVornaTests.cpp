@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "api/VRNAPIAuthResponse.h"
 #include "connectivity/VRNConnection.h"
 #include "core/VRNStarter.h"
 #include "platform/VRNBundle.h"
@@ -14,9 +15,6 @@
 #include "vorna/Vorna.h"
 
 namespace vorna {
-
-class VRNAPIAuthResponse {};
-
 namespace {
 
 using test::FakeAPI;
@@ -123,7 +121,7 @@ TEST_F(VRNVornaTest, SuccessRegistersThenChecksEnabledAndKeepsTheDelay) {
     vorna->authorizeVorna();
     api->failAuth();
     loop->advance(10);
-    api->answerAuth(std::make_shared<VRNAPIAuthResponse>());
+    api->answerAuth(std::make_shared<VRNAPIAuthResponse>("token"));
     EXPECT_TRUE(repository->clientAuthorized());
     EXPECT_TRUE(log.contains("Authentication succeeded"));
     EXPECT_TRUE(log.contains("VRNAppRepository - Setting client authorized -> True"));
@@ -233,7 +231,7 @@ TEST_F(VRNVornaTest, BackgroundCancelsOnlyAnUnauthorizedPendingRetry) {
 TEST_F(VRNVornaTest, AuthorizedAppIgnoresForegroundAndBackground) {
     vorna->addObservers();
     vorna->authorizeVorna();
-    api->answerAuth(std::make_shared<VRNAPIAuthResponse>());
+    api->answerAuth(std::make_shared<VRNAPIAuthResponse>("token"));
     center.post(VRNApplicationWillEnterForegroundNotification);
     center.post(VRNApplicationDidEnterBackgroundNotification);
     EXPECT_EQ(api->authCount(), 1u);

@@ -3,6 +3,8 @@
 #include <mutex>
 
 #include "api/VRNAPIProtocol.h"
+#include "blackbox/VRNBlackBox.h"
+#include "blackbox/VRNSessionReporter.h"
 
 namespace vorna {
 namespace {
@@ -37,11 +39,15 @@ void VRNSetKitResourceRegistrar(std::function<void()> resources) {
     registrar().resources = std::move(resources);
 }
 
-void VRNStartBlackBox() {}
+void VRNStartBlackBox() { VRNBlackBox::sharedInstance()->startRecording(); }
 
-void VRNSetBlackBoxEnabled(bool /*enabled*/) {}
+void VRNSetBlackBoxEnabled(bool enabled) { VRNBlackBox::sharedInstance()->setBlackBoxEnabled(enabled); }
 
-void VRNStartSessionReporter() {}
+void VRNStartSessionReporter() {
+    // Made now so that it observes the application's state from the start; nothing else is
+    // asked of it here.
+    (void)VRNSessionReporter::sharedInstance();
+}
 
 void VRNStartBrandingService() {}
 

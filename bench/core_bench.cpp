@@ -102,10 +102,11 @@ void BM_RawSqliteWalWrite12KB(benchmark::State& state) {
     test::TempDir dir;
     sqlite3* db = nullptr;
     sqlite3_open((dir / "raw.sqlite").c_str(), &db);
-    sqlite3_exec(db,
-                 "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"
-                 "CREATE TABLE kv(key TEXT PRIMARY KEY NOT NULL, kind INTEGER, value) WITHOUT ROWID;",
-                 nullptr, nullptr, nullptr);
+    sqlite3_exec(
+        db,
+        "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL;"
+        "CREATE TABLE kv(key TEXT PRIMARY KEY NOT NULL, kind INTEGER, value) WITHOUT ROWID;",
+        nullptr, nullptr, nullptr);
     sqlite3_stmt* upsert = nullptr;
     sqlite3_prepare_v2(db,
                        "INSERT INTO kv(key, kind, value) VALUES(?1, 4, ?2) ON CONFLICT(key) DO "
@@ -118,7 +119,8 @@ void BM_RawSqliteWalWrite12KB(benchmark::State& state) {
         const auto begin = Clock::now();
         const std::string key = "key-" + std::to_string(i++ % 64);
         sqlite3_bind_text(upsert, 1, key.data(), static_cast<int>(key.size()), SQLITE_STATIC);
-        sqlite3_bind_blob(upsert, 2, payload.data(), static_cast<int>(payload.size()), SQLITE_STATIC);
+        sqlite3_bind_blob(upsert, 2, payload.data(), static_cast<int>(payload.size()),
+                          SQLITE_STATIC);
         sqlite3_step(upsert);
         sqlite3_reset(upsert);
         micros.push_back(std::chrono::duration<double, std::micro>(Clock::now() - begin).count());

@@ -35,13 +35,15 @@ int main(int argc, char** argv) {
             const size_t at = input.empty() ? 0 : random() % input.size();
             switch (random() % 5) {
                 case 0:
-                    if (!input.empty()) input[at] ^= static_cast<uint8_t>(1u << (random() % 8));
+                    if (!input.empty())
+                        input[at] ^= static_cast<uint8_t>(1u << (random() % 8));
                     break;
                 case 1:
                     input.resize(at);
                     break;
                 case 2:
-                    input.insert(input.begin() + static_cast<long>(at), static_cast<uint8_t>(random()));
+                    input.insert(input.begin() + static_cast<long>(at),
+                                 static_cast<uint8_t>(random()));
                     break;
                 case 3: {
                     const auto& other = seeds[random() % seeds.size()];

@@ -10,7 +10,7 @@ using VornaInvocationEvent = uint64_t;
 inline constexpr VornaInvocationEvent VornaInvocationEventMotion = 1;          // shake gesture
 inline constexpr VornaInvocationEvent VornaInvocationEventFloatingButton = 2;  // round button
 inline constexpr VornaInvocationEvent VornaInvocationEventScreenshot = 4;      // system screenshot
-inline constexpr VornaInvocationEvent VornaInvocationEventRightEdgePan = 8;    // swipe from the right
-inline constexpr VornaInvocationEvent VornaInvocationEventReserved = 16;       // no effect
+inline constexpr VornaInvocationEvent VornaInvocationEventRightEdgePan = 8;  // swipe from the right
+inline constexpr VornaInvocationEvent VornaInvocationEventReserved = 16;     // no effect
 
 }  // namespace vorna

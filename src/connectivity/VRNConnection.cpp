@@ -126,13 +126,15 @@ void VRNConnection::parkOrRun(std::function<void()> block, const char* functionN
     CallerFailure failure = CallerFailure::None;
     const auto key = callerKey(functionName, &failure);
     if (failure == CallerFailure::CouldNotDetermine) {
-        VRNLog("VRNConnection - Could not determine the caller of the performWhenConnected method, "
-               "returning");
+        VRNLog(
+            "VRNConnection - Could not determine the caller of the performWhenConnected method, "
+            "returning");
         return;
     }
     if (failure == CallerFailure::Incomplete || !key) {
-        VRNLog("VRNConnection - Incomplete caller information for the performWhenConnected "
-               "method, returning");
+        VRNLog(
+            "VRNConnection - Incomplete caller information for the performWhenConnected "
+            "method, returning");
         return;
     }
     if (hasConnectivity()) {

@@ -27,8 +27,8 @@ inline constexpr const char* VRNReachabilityChangedNotification = "VRNReachabili
 // up copies.
 class VRNConnection {
 public:
-    VRNConnection(std::unique_ptr<VRNReachability> reachability, std::shared_ptr<VRNRunLoop> runLoop,
-                  VRNNotificationCenter& center);
+    VRNConnection(std::unique_ptr<VRNReachability> reachability,
+                  std::shared_ptr<VRNRunLoop> runLoop, VRNNotificationCenter& center);
     ~VRNConnection();
     VRNConnection(const VRNConnection&) = delete;
     VRNConnection& operator=(const VRNConnection&) = delete;

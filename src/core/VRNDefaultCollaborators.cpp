@@ -21,7 +21,9 @@ Registrar& registrar() {
 
 }  // namespace
 
-std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI() { return nullptr; }
+std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI() {
+    return nullptr;
+}
 
 void VRNRegisterKitResources() {
     std::function<void()> registerResources;
@@ -39,9 +41,13 @@ void VRNSetKitResourceRegistrar(std::function<void()> resources) {
     registrar().resources = std::move(resources);
 }
 
-void VRNStartBlackBox() { VRNBlackBox::sharedInstance()->startRecording(); }
+void VRNStartBlackBox() {
+    VRNBlackBox::sharedInstance()->startRecording();
+}
 
-void VRNSetBlackBoxEnabled(bool enabled) { VRNBlackBox::sharedInstance()->setBlackBoxEnabled(enabled); }
+void VRNSetBlackBoxEnabled(bool enabled) {
+    VRNBlackBox::sharedInstance()->setBlackBoxEnabled(enabled);
+}
 
 void VRNStartSessionReporter() {
     // Made now so that it observes the application's state from the start; nothing else is

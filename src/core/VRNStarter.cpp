@@ -22,21 +22,20 @@ void VRNStarter::start(std::function<void(bool authorized)> completion) {
         }
         return;
     }
-    api_->authenticateWith(
-        clientId, secret,
-        [completion = std::move(completion)](std::shared_ptr<VRNAPIAuthResponse> response,
-                                             VRNErrorPtr error) {
-            const bool authorized = response != nullptr;
-            if (authorized) {
-                VRNLog("Authentication succeeded");
-            } else {
-                VRNLog("Authentication failed: %s",
-                       error ? error->localizedDescription.c_str() : "(null)");
-            }
-            if (completion) {
-                completion(authorized);
-            }
-        });
+    api_->authenticateWith(clientId, secret,
+                           [completion = std::move(completion)](
+                               std::shared_ptr<VRNAPIAuthResponse> response, VRNErrorPtr error) {
+                               const bool authorized = response != nullptr;
+                               if (authorized) {
+                                   VRNLog("Authentication succeeded");
+                               } else {
+                                   VRNLog("Authentication failed: %s",
+                                          error ? error->localizedDescription.c_str() : "(null)");
+                               }
+                               if (completion) {
+                                   completion(authorized);
+                               }
+                           });
 }
 
 }  // namespace vorna

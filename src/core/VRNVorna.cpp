@@ -74,9 +74,13 @@ std::shared_ptr<VRNVorna> VRNVorna::sharedInstance() {
     return *instance;
 }
 
-void VRNVorna::setInfoPlistPath(const std::string& path) { VRNBundle::setMainInfoPlistPath(path); }
+void VRNVorna::setInfoPlistPath(const std::string& path) {
+    VRNBundle::setMainInfoPlistPath(path);
+}
 
-void VRNVorna::start() { startWithInvocationEvents(VornaInvocationEventMotion); }
+void VRNVorna::start() {
+    startWithInvocationEvents(VornaInvocationEventMotion);
+}
 
 void VRNVorna::startWithInvocationEvents(VornaInvocationEvent events) {
     auto self = sharedInstance();
@@ -96,8 +100,9 @@ void VRNVorna::setBlackBoxEnabled(bool enabled) {
 void VRNVorna::autoReportWithAttachScreenshot(bool attachScreenshot,
                                               const std::optional<std::string>& description) {
     auto self = sharedInstance();
-    self->runOnMain(
-        [self, attachScreenshot, description] { self->performAutoReport(attachScreenshot, description); });
+    self->runOnMain([self, attachScreenshot, description] {
+        self->performAutoReport(attachScreenshot, description);
+    });
 }
 
 void VRNVorna::autoReportWithAttachScreenshot(bool attachScreenshot) {
@@ -108,7 +113,9 @@ void VRNVorna::autoReportWithDescription(const std::optional<std::string>& descr
     autoReportWithAttachScreenshot(false, description);
 }
 
-void VRNVorna::autoReport() { autoReportWithAttachScreenshot(false, std::string()); }
+void VRNVorna::autoReport() {
+    autoReportWithAttachScreenshot(false, std::string());
+}
 
 void VRNVorna::runOnMain(std::function<void()> task) {
     if (runLoop_->isCurrent()) {
@@ -189,15 +196,16 @@ void VRNVorna::retryAuthorization() {
         if (!self) {
             return;
         }
-        auto timer = self->runLoop_->scheduleTimer(static_cast<double>(delay.load()), false, [weak] {
-            auto inner = weak.lock();
-            if (!inner) {
-                return;
-            }
-            VRNLog("VRNVorna - Retrying authorization");
-            reauthorizationPending = false;
-            inner->authorizeVorna();
-        });
+        auto timer =
+            self->runLoop_->scheduleTimer(static_cast<double>(delay.load()), false, [weak] {
+                auto inner = weak.lock();
+                if (!inner) {
+                    return;
+                }
+                VRNLog("VRNVorna - Retrying authorization");
+                reauthorizationPending = false;
+                inner->authorizeVorna();
+            });
         std::lock_guard lock(self->mutex_);
         self->timer_ = std::move(timer);
     });

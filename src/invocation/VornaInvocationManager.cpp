@@ -114,9 +114,13 @@ void VornaInvocationManager::invokeVorna() {
     }
 }
 
-void VornaInvocationManager::screenshot() { invokeVorna(); }
+void VornaInvocationManager::screenshot() {
+    invokeVorna();
+}
 
-void VornaInvocationManager::edgeSwipHandlerShouldInvokeStart() { invokeVorna(); }
+void VornaInvocationManager::edgeSwipHandlerShouldInvokeStart() {
+    invokeVorna();
+}
 
 void VornaInvocationManager::motionBegan(int subtype) {
     constexpr int kMotionShake = 1;

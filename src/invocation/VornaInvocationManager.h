@@ -26,7 +26,8 @@ public:
     void setDelegate(std::weak_ptr<VRNEdgeSwipeHandlerDelegate> delegate) {
         delegate_ = std::move(delegate);
     }
-    void swiped(GestureState state, double translationX, const std::function<void()>& cancelGesture);
+    void swiped(GestureState state, double translationX,
+                const std::function<void()>& cancelGesture);
     void handleEdgeSwipeChange(double translationX, const std::function<void()>& cancelGesture);
 
 private:
@@ -67,7 +68,9 @@ public:
     // A motion event reached one of the application's windows; subtype 1 is the shake.
     void motionBegan(int subtype);
 
-    const std::shared_ptr<VRNEdgeSwipeHandler>& edgeSwipeHandler() const { return edgeSwipeHandler_; }
+    const std::shared_ptr<VRNEdgeSwipeHandler>& edgeSwipeHandler() const {
+        return edgeSwipeHandler_;
+    }
 
     // The facade installs what an invocation does (open the report flow).
     void setInvokeHandler(std::function<void()> handler);

@@ -112,7 +112,8 @@ std::shared_ptr<VRNBundle> VRNBundle::fromInfoPlist(const std::filesystem::path&
                std::strerror(errno));
         return std::make_shared<VRNBundle>(nlohmann::json::object(), path);
     }
-    const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const std::string bytes((std::istreambuf_iterator<char>(file)),
+                            std::istreambuf_iterator<char>());
     return fromInfoPlistData(bytes, path);
 }
 
@@ -193,7 +194,8 @@ bool VRNBundle::hasDictionary(const std::string& key) const {
 }
 
 std::string VRNSandbox::folderName() {
-    if (auto identifier = VRNBundle::mainBundle()->bundleIdentifier(); identifier && !identifier->empty()) {
+    if (auto identifier = VRNBundle::mainBundle()->bundleIdentifier();
+        identifier && !identifier->empty()) {
         return *identifier;
     }
     auto name = executablePath().filename().string();
@@ -219,7 +221,9 @@ std::filesystem::path VRNSandbox::directory() {
     return dataHome / folderName();
 }
 
-std::filesystem::path VRNSandbox::documentsDirectory() { return directory() / "Documents"; }
+std::filesystem::path VRNSandbox::documentsDirectory() {
+    return directory() / "Documents";
+}
 
 void VRNSandbox::setDirectory(std::filesystem::path directory) {
     auto& state = mainState();

@@ -40,7 +40,9 @@ public:
     std::optional<std::string> stringInDictionary(const std::string& dictionaryKey,
                                                   const std::string& key) const;
     bool hasDictionary(const std::string& key) const;
-    std::optional<std::string> bundleIdentifier() const { return stringForKey("CFBundleIdentifier"); }
+    std::optional<std::string> bundleIdentifier() const {
+        return stringForKey("CFBundleIdentifier");
+    }
     const nlohmann::json& infoDictionary() const { return info_; }
     const std::filesystem::path& source() const { return source_; }
 

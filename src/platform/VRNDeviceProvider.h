@@ -8,10 +8,10 @@ namespace vorna {
 
 // The screen the application shows on: bounds in points, native bounds in pixels.
 struct VRNScreenInfo {
-    double width = 0;          // points
-    double height = 0;         // points
-    double nativeWidth = 0;    // pixels
-    double nativeHeight = 0;   // pixels
+    double width = 0;         // points
+    double height = 0;        // points
+    double nativeWidth = 0;   // pixels
+    double nativeHeight = 0;  // pixels
     double scale = 1;
 };
 

@@ -46,7 +46,9 @@ void VRNDispatchQueue::sync(const std::function<void()>& task) {
     finished.wait();
 }
 
-bool VRNDispatchQueue::isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
+bool VRNDispatchQueue::isCurrent() const {
+    return std::this_thread::get_id() == thread_.get_id();
+}
 
 void VRNDispatchQueue::waitUntilIdle() {
     if (isCurrent()) {

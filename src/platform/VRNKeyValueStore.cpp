@@ -39,14 +39,16 @@ VRNKeyValueStore::VRNKeyValueStore(std::filesystem::path databasePath)
     closeDatabase();
 }
 
-VRNKeyValueStore::~VRNKeyValueStore() { closeDatabase(); }
+VRNKeyValueStore::~VRNKeyValueStore() {
+    closeDatabase();
+}
 
 std::shared_ptr<VRNKeyValueStore> VRNKeyValueStore::standard() {
     std::lock_guard lock(standardMutex());
     if (!standardStore()) {
-        standardStore() = std::make_shared<VRNKeyValueStore>(
-            VRNSandbox::directory() / "Library" / "Preferences" /
-            (VRNSandbox::folderName() + ".sqlite"));
+        standardStore() =
+            std::make_shared<VRNKeyValueStore>(VRNSandbox::directory() / "Library" / "Preferences" /
+                                               (VRNSandbox::folderName() + ".sqlite"));
     }
     return standardStore();
 }
@@ -104,14 +106,16 @@ bool VRNKeyValueStore::open() {
                 side += suffix;
                 std::filesystem::remove(side, ec);
             }
-            VRNLog("VRNKeyValueStore - Defaults database %s is unreadable (%s), moved it to %s and "
-                   "started a new one",
-                   path_.c_str(), failure.c_str(), aside.c_str());
+            VRNLog(
+                "VRNKeyValueStore - Defaults database %s is unreadable (%s), moved it to %s and "
+                "started a new one",
+                path_.c_str(), failure.c_str(), aside.c_str());
             continue;
         }
-        VRNLog("VRNKeyValueStore - Cannot open defaults database %s (%s), keeping values in memory "
-               "for this run",
-               path_.c_str(), failure.c_str());
+        VRNLog(
+            "VRNKeyValueStore - Cannot open defaults database %s (%s), keeping values in memory "
+            "for this run",
+            path_.c_str(), failure.c_str());
         return false;
     }
     return false;

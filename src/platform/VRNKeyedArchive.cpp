@@ -87,9 +87,9 @@ json encodeValue(const VRNArchiveValue& value) {
 }
 
 VRNErrorPtr corrupt(const std::string& why) {
-    return VRNError::make(VRNCocoaErrorDomain, VRNCoderReadCorruptError,
-                          "The data couldn't be read because it isn't in the correct format. (" +
-                              why + ")");
+    return VRNError::make(
+        VRNCocoaErrorDomain, VRNCoderReadCorruptError,
+        "The data couldn't be read because it isn't in the correct format. (" + why + ")");
 }
 
 class Reader {
@@ -130,11 +130,11 @@ public:
 private:
     bool admit(const std::string& className, const std::string& key) {
         if (!VRNArchiveClassRegistry::isRegistered(className)) {
-            error_ = VRNError::make(VRNCocoaErrorDomain, VRNCoderReadCorruptError,
-                                    "cannot decode object of class (" + className +
-                                        ") for key (" + key +
-                                        "); the class may be defined in source code or a library "
-                                        "that is not linked");
+            error_ =
+                VRNError::make(VRNCocoaErrorDomain, VRNCoderReadCorruptError,
+                               "cannot decode object of class (" + className + ") for key (" + key +
+                                   "); the class may be defined in source code or a library "
+                                   "that is not linked");
             return false;
         }
         if (allowed_ == nullptr) {
@@ -264,8 +264,8 @@ std::optional<VRNArchiveValue> unarchive(const std::set<std::string>* allowed, c
     DepthLimitedSax sax(document);
     bool parsed = false;
     try {
-        parsed = json::sax_parse(data.begin(), data.end(), &sax, nlohmann::detail::input_format_t::cbor,
-                                 true);
+        parsed = json::sax_parse(data.begin(), data.end(), &sax,
+                                 nlohmann::detail::input_format_t::cbor, true);
     } catch (const json::exception& e) {
         return fail(corrupt(e.what()));
     }

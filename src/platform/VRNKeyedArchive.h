@@ -65,9 +65,7 @@ struct VRNArchiveValue {
 // Written by an object's encodeWithCoder(): its values under keys.
 class VRNCoder {
 public:
-    void encode(const std::string& key, VRNArchiveValue value) {
-        values_[key] = std::move(value);
-    }
+    void encode(const std::string& key, VRNArchiveValue value) { values_[key] = std::move(value); }
     // An absent optional writes nothing, so it reads back absent.
     void encodeString(const std::string& key, const std::optional<std::string>& value) {
         if (value) {

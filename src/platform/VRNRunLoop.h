@@ -27,7 +27,8 @@ public:
     // Runs the task on the loop and returns when it has run; inline when already on the loop.
     virtual void runSync(std::function<void()> task) = 0;
     // One-shot (repeats = false) or repeating timer, first firing after `interval` seconds.
-    virtual VRNTimerPtr scheduleTimer(double interval, bool repeats, std::function<void()> block) = 0;
+    virtual VRNTimerPtr scheduleTimer(double interval, bool repeats,
+                                      std::function<void()> block) = 0;
     // True when the calling thread is the loop's thread.
     virtual bool isCurrent() const = 0;
 

@@ -57,7 +57,9 @@ VRNTimerPtr VRNThreadRunLoop::scheduleTimer(double interval, bool repeats,
     return timer;
 }
 
-bool VRNThreadRunLoop::isCurrent() const { return std::this_thread::get_id() == thread_.get_id(); }
+bool VRNThreadRunLoop::isCurrent() const {
+    return std::this_thread::get_id() == thread_.get_id();
+}
 
 void VRNThreadRunLoop::run() {
     for (;;) {

@@ -21,9 +21,9 @@ std::shared_ptr<VRNTimerQueue::TimerState> VRNTimerQueue::schedule(double now, d
     }
     std::lock_guard lock(mutex_);
     ++generation_;
-    timers_.emplace(std::make_pair(now + interval, sequence_++),
-                    Entry{state, std::make_shared<std::function<void()>>(std::move(block)),
-                          interval, repeats});
+    timers_.emplace(
+        std::make_pair(now + interval, sequence_++),
+        Entry{state, std::make_shared<std::function<void()>>(std::move(block)), interval, repeats});
     return state;
 }
 

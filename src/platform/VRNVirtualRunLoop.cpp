@@ -31,9 +31,13 @@ VRNTimerPtr VRNVirtualRunLoop::scheduleTimer(double interval, bool repeats,
     return queue_.schedule(now_, interval, repeats, std::move(block));
 }
 
-bool VRNVirtualRunLoop::isCurrent() const { return std::this_thread::get_id() == owner_; }
+bool VRNVirtualRunLoop::isCurrent() const {
+    return std::this_thread::get_id() == owner_;
+}
 
-double VRNVirtualRunLoop::now() const { return now_; }
+double VRNVirtualRunLoop::now() const {
+    return now_;
+}
 
 size_t VRNVirtualRunLoop::drain() {
     size_t ran = 0;
@@ -91,6 +95,8 @@ bool VRNVirtualRunLoop::drainUntil(const std::function<bool()>& predicate,
     }
 }
 
-bool VRNVirtualRunLoop::hasPendingTimers() { return queue_.nextFireTime().has_value(); }
+bool VRNVirtualRunLoop::hasPendingTimers() {
+    return queue_.nextFireTime().has_value();
+}
 
 }  // namespace vorna

@@ -122,11 +122,13 @@ void VRNAppRepository::setFloatingButtonFrameY(const std::optional<double>& y) {
     setObject(y ? std::optional<VRNDefaultsValue>(*y) : std::nullopt, kVRNFloatingButtonFrameYKey);
 }
 
-#define VRN_OBJECT_ACCESSORS(Getter, Setter, Key)                                   \
-    std::optional<VRNDefaultsValue> VRNAppRepository::Getter() const {              \
-        return getObjectForKey(Key);                                                \
-    }                                                                               \
-    void VRNAppRepository::Setter(const std::optional<VRNDefaultsValue>& v) { setObject(v, Key); }
+#define VRN_OBJECT_ACCESSORS(Getter, Setter, Key)                             \
+    std::optional<VRNDefaultsValue> VRNAppRepository::Getter() const {        \
+        return getObjectForKey(Key);                                          \
+    }                                                                         \
+    void VRNAppRepository::Setter(const std::optional<VRNDefaultsValue>& v) { \
+        setObject(v, Key);                                                    \
+    }
 
 VRN_OBJECT_ACCESSORS(identifier, setIdentifier, kIdentifierKey)
 VRN_OBJECT_ACCESSORS(createdDate, setCreatedDate, kCreatedDateKey)

@@ -16,8 +16,8 @@ std::string VRNDateProvider::timestamp() const {
 }
 
 std::string VRNDateProvider::stringFromDate(Date date, const std::string& /*dateFormat*/) const {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(
-        std::chrono::floor<std::chrono::seconds>(date));
+    const std::time_t seconds =
+        std::chrono::system_clock::to_time_t(std::chrono::floor<std::chrono::seconds>(date));
     std::tm local{};
     localtime_r(&seconds, &local);
     char text[40];
@@ -34,8 +34,8 @@ std::string VRNDateProvider::stringFromDate(Date date, const std::string& /*date
         std::snprintf(text, sizeof text, "%c%02ld:%02ld:%02ld", offset < 0 ? '-' : '+',
                       magnitude / 3600, (magnitude / 60) % 60, magnitude % 60);
     } else {
-        std::snprintf(text, sizeof text, "%c%02ld:%02ld", offset < 0 ? '-' : '+',
-                      magnitude / 3600, (magnitude / 60) % 60);
+        std::snprintf(text, sizeof text, "%c%02ld:%02ld", offset < 0 ? '-' : '+', magnitude / 3600,
+                      (magnitude / 60) % 60);
     }
     return result + text;
 }

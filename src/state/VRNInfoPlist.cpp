@@ -17,9 +17,10 @@ std::optional<std::string> vornaEntry(const char* key) {
         std::lock_guard lock(mutex);
         if (reported != bundle) {
             reported = bundle;
-            VRNLog("VRNInfoPlist - The host's Info.plist (%s) has no \"%s\" dictionary; client id "
-                   "and secret are missing",
-                   bundle->source().c_str(), VornaDictKey);
+            VRNLog(
+                "VRNInfoPlist - The host's Info.plist (%s) has no \"%s\" dictionary; client id "
+                "and secret are missing",
+                bundle->source().c_str(), VornaDictKey);
         }
         return std::nullopt;
     }
@@ -28,7 +29,9 @@ std::optional<std::string> vornaEntry(const char* key) {
 
 }  // namespace
 
-std::optional<std::string> VRNInfoPlist::apiClientID() const { return vornaEntry(APIClientID); }
+std::optional<std::string> VRNInfoPlist::apiClientID() const {
+    return vornaEntry(APIClientID);
+}
 
 std::optional<std::string> VRNInfoPlist::apiClientSecret() const {
     return vornaEntry(APIClientSecret);
@@ -38,7 +41,9 @@ std::optional<std::string> VRNInfoPlist::hostApplicationBundleId() const {
     return VRNBundle::mainBundle()->bundleIdentifier();
 }
 
-std::shared_ptr<VRNBundle> VRNInfoPlist::vornaBundle() const { return VRNBundle::vornaBundle(); }
+std::shared_ptr<VRNBundle> VRNInfoPlist::vornaBundle() const {
+    return VRNBundle::vornaBundle();
+}
 
 std::optional<std::string> VRNInfoPlist::apiUrl() const {
     return vornaBundle()->stringForKey(kVornaApiURLKey);

@@ -29,11 +29,10 @@ TEST(LinuxReachability, NamespaceWithoutRouteIsOfflineAndAddingOneIsSeen) {
     if (status != 0) {
         GTEST_SKIP() << "cannot make a network namespace here (unshare --net needs CAP_SYS_ADMIN)";
     }
-    const std::string output =
-        run(std::string("unshare --net ") + VORNA_TEST_REACHABILITY_PROBE + " 2>/dev/null", &status);
+    const std::string output = run(
+        std::string("unshare --net ") + VORNA_TEST_REACHABILITY_PROBE + " 2>/dev/null", &status);
     EXPECT_EQ(status, 0) << output;
-    EXPECT_EQ(output,
-              "before 0\nparked 1\nchanged-on-loop 1\nran-on-loop 1\nafter 1\n");
+    EXPECT_EQ(output, "before 0\nparked 1\nchanged-on-loop 1\nran-on-loop 1\nafter 1\n");
 }
 
 }  // namespace

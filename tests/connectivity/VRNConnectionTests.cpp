@@ -15,7 +15,9 @@ public:
     void retryAuthorization(std::function<void()> block) {
         connection.performWhenConnected(std::move(block));
     }
-    void sendLater(std::function<void()> block) { connection.performWhenConnected(std::move(block)); }
+    void sendLater(std::function<void()> block) {
+        connection.performWhenConnected(std::move(block));
+    }
     VRNConnection& connection;
 };
 
@@ -41,7 +43,8 @@ protected:
 
     std::shared_ptr<VRNVirtualRunLoop> loop = std::make_shared<VRNVirtualRunLoop>();
     VRNNotificationCenter center;
-    std::shared_ptr<FakeReachability::Shared> network = std::make_shared<FakeReachability::Shared>();
+    std::shared_ptr<FakeReachability::Shared> network =
+        std::make_shared<FakeReachability::Shared>();
     VRNConnection connection{std::make_unique<FakeReachability>(network), loop, center};
     VRNRetryingCaller caller{connection};
     test::LogCapture log;
@@ -55,13 +58,17 @@ TEST_F(Connection, ConnectivityRuleFollowsTheFlags) {
         {kVRNReachabilityReachable, true},
         {kVRNReachabilityReachable | kVRNReachabilityTransientConnection, true},
         {kVRNReachabilityReachable | kVRNReachabilityConnectionRequired, false},
-        {kVRNReachabilityReachable | kVRNReachabilityConnectionRequired | kVRNReachabilityIsWWAN, true},
+        {kVRNReachabilityReachable | kVRNReachabilityConnectionRequired | kVRNReachabilityIsWWAN,
+         true},
         {kVRNReachabilityReachable | kVRNReachabilityConnectionRequired |
-             kVRNReachabilityConnectionOnTraffic, true},
+             kVRNReachabilityConnectionOnTraffic,
+         true},
         {kVRNReachabilityReachable | kVRNReachabilityConnectionRequired |
-             kVRNReachabilityConnectionOnDemand, true},
+             kVRNReachabilityConnectionOnDemand,
+         true},
         {kVRNReachabilityReachable | kVRNReachabilityConnectionRequired |
-             kVRNReachabilityConnectionOnDemand | kVRNReachabilityInterventionRequired, false},
+             kVRNReachabilityConnectionOnDemand | kVRNReachabilityInterventionRequired,
+         false},
     };
     for (const auto& [flags, expected] : cases) {
         FakeReachability::set(network, flags);
@@ -87,7 +94,8 @@ TEST_F(Connection, OfflineParksPerCallerReplacingAndRunsOnlyOnConnected) {
     caller.retryAuthorization([&] { ran.push_back("second"); });
     caller.sendLater([&] { ran.push_back("other method"); });
     EXPECT_EQ(connection.pendingKeys(),
-              (std::vector<std::string>{"VRNRetryingCallerretryAuthorization", "VRNRetryingCallersendLater"}));
+              (std::vector<std::string>{"VRNRetryingCallerretryAuthorization",
+                                        "VRNRetryingCallersendLater"}));
     EXPECT_TRUE(monitoring);
     EXPECT_EQ(network->schedules, 1);
 
@@ -110,7 +118,8 @@ TEST_F(Connection, CancellingByClassUsesASubstringTestAndGlobalCancelStopsMonito
     caller.retryAuthorization([] {});
     extended.go([] {});
     connection.cancelPendingBlocksForInstance(caller);
-    EXPECT_TRUE(log.contains("VRNConnection - Canceling pending blocks scheduled from VRNRetryingCaller class"));
+    EXPECT_TRUE(log.contains(
+        "VRNConnection - Canceling pending blocks scheduled from VRNRetryingCaller class"));
     // "VRNRetryingCaller" is the beginning of "VRNRetryingCallerExtended": both go.
     EXPECT_TRUE(connection.pendingKeys().empty());
     EXPECT_TRUE(monitoring);
@@ -128,8 +137,9 @@ TEST_F(Connection, CallersWithoutAClassOrMethodAreDroppedWithTheirLines) {
     FakeReachability::set(network, 0u);
     bool ran = false;
     parkFromFreeFunction(connection, [&] { ran = true; });
-    EXPECT_TRUE(log.contains("VRNConnection - Could not determine the caller of the "
-                             "performWhenConnected method, returning"));
+    EXPECT_TRUE(
+        log.contains("VRNConnection - Could not determine the caller of the "
+                     "performWhenConnected method, returning"));
     EXPECT_TRUE(connection.pendingKeys().empty());
 
     VRNConnection::CallerFailure failure;
@@ -139,9 +149,9 @@ TEST_F(Connection, CallersWithoutAClassOrMethodAreDroppedWithTheirLines) {
     EXPECT_EQ(failure, VRNConnection::CallerFailure::CouldNotDetermine);
     EXPECT_EQ(VRNConnection::callerKey("void vorna::VRNVorna::retryAuthorization()", &failure),
               "VRNVornaretryAuthorization");
-    EXPECT_EQ(VRNConnection::callerKey(
-                  "vorna::VRNVorna::retryAuthorization()::<lambda()>", &failure),
-              "VRNVornaretryAuthorization");
+    EXPECT_EQ(
+        VRNConnection::callerKey("vorna::VRNVorna::retryAuthorization()::<lambda()>", &failure),
+        "VRNVornaretryAuthorization");
     EXPECT_EQ(VRNConnection::callerKey(
                   "std::optional<int> ns::Queue<T>::push(const T&) [with T = std::pair<int, int>]",
                   &failure),

@@ -70,7 +70,8 @@ protected:
     test::LogCapture log;
     std::shared_ptr<VRNVirtualRunLoop> loop = std::make_shared<VRNVirtualRunLoop>();
     VRNNotificationCenter center;
-    std::shared_ptr<FakeReachability::Shared> network = std::make_shared<FakeReachability::Shared>();
+    std::shared_ptr<FakeReachability::Shared> network =
+        std::make_shared<FakeReachability::Shared>();
     std::shared_ptr<FakeAPI> api = std::make_shared<FakeAPI>();
     std::shared_ptr<RecordingStore> reportStore = std::make_shared<RecordingStore>();
     std::shared_ptr<VRNKeyValueStore> store;

@@ -32,7 +32,8 @@ void registerSamples() {
             };
         };
         VRNArchiveClassRegistry::registerClass("TestSample", "NSObject", make(Sample()));
-        VRNArchiveClassRegistry::registerClass("TestSampleChild", "TestSample", make(SampleChild()));
+        VRNArchiveClassRegistry::registerClass("TestSampleChild", "TestSample",
+                                               make(SampleChild()));
         VRNArchiveClassRegistry::registerClass("TestOther", "NSObject", make(Sample()));
         return true;
     }();
@@ -48,8 +49,11 @@ TEST_F(KeyedArchive, NestedValuesRoundTripWithTheirKinds) {
     auto child = std::make_shared<SampleChild>();
     child->text = "hello";
     VRNArchiveValue::Dictionary dict{
-        {"int", int64_t{42}},      {"double", 0.75},      {"bool", true},
-        {"text", "t"},             {"data", VRNData{1, 2, 3}},
+        {"int", int64_t{42}},
+        {"double", 0.75},
+        {"bool", true},
+        {"text", "t"},
+        {"data", VRNData{1, 2, 3}},
         {"list", VRNArchiveValue::Array{VRNArchiveValue(VRNCodingPtr(child)), "x"}},
     };
     const auto data = VRNKeyedArchiver::archivedDataWithRootObject(dict);
@@ -78,7 +82,8 @@ TEST_F(KeyedArchive, SecureReadingRefusesAClassOutsideTheListAndNamesIt) {
     const auto data = VRNKeyedArchiver::archivedDataWithRootObject(
         VRNArchiveValue::Array{VRNArchiveValue(VRNCodingPtr(std::make_shared<Other>()))});
     VRNErrorPtr error;
-    EXPECT_FALSE(VRNKeyedUnarchiver::unarchivedObjectOfClasses({"NSArray", "TestSample"}, data, &error));
+    EXPECT_FALSE(
+        VRNKeyedUnarchiver::unarchivedObjectOfClasses({"NSArray", "TestSample"}, data, &error));
     ASSERT_NE(error, nullptr);
     EXPECT_NE(error->localizedDescription.find("'TestOther'"), std::string::npos)
         << error->localizedDescription;
@@ -92,7 +97,8 @@ TEST_F(KeyedArchive, SecureReadingRefusesAClassOutsideTheListAndNamesIt) {
 
 TEST_F(KeyedArchive, GarbageTruncationAndDeepNestingAreErrorsNotCrashes) {
     VRNErrorPtr error;
-    EXPECT_FALSE(VRNKeyedUnarchiver::unarchiveObjectWithData(VRNData{0xde, 0xad, 0xbe, 0xef}, &error));
+    EXPECT_FALSE(
+        VRNKeyedUnarchiver::unarchiveObjectWithData(VRNData{0xde, 0xad, 0xbe, 0xef}, &error));
     ASSERT_NE(error, nullptr);
     EXPECT_EQ(error->code, VRNCoderReadCorruptError);
 

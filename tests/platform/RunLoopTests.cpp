@@ -61,9 +61,8 @@ TEST(VirtualRunLoop, TasksFromOtherThreadsRunWhenTheDriverDrains) {
 TEST(VirtualRunLoop, TimerScheduledFromATaskUsesTheTimeOfScheduling) {
     VRNVirtualRunLoop loop;
     double firedAt = -1;
-    loop.scheduleTimer(3, false, [&] {
-        loop.scheduleTimer(10, false, [&] { firedAt = loop.now(); });
-    });
+    loop.scheduleTimer(3, false,
+                       [&] { loop.scheduleTimer(10, false, [&] { firedAt = loop.now(); }); });
     loop.advance(12.9);
     EXPECT_EQ(firedAt, -1);
     loop.advance(0.1);
@@ -152,7 +151,8 @@ TEST(NotificationCenter, DeliversByNameAndStopsAfterRemovalEvenMidPost) {
         center.removeObserver(second);
     });
     second = center.addObserver("A", [&](const VRNNotification&) { seen.push_back("second"); });
-    auto all = center.addObserver("", [&](const VRNNotification& n) { seen.push_back("all:" + n.name); });
+    auto all =
+        center.addObserver("", [&](const VRNNotification& n) { seen.push_back("all:" + n.name); });
     center.post("A");
     center.post("B");
     center.removeObserver(all);

@@ -59,8 +59,9 @@ TEST_F(Configuration, MissingMalformedOrIncompleteInfoPlistLogsOnceAndAnswersNot
     EXPECT_FALSE(VRNInfoPlist().apiClientID());
     EXPECT_FALSE(VRNInfoPlist().hostApplicationBundleId());
     ASSERT_FALSE(log.lines().empty());
-    EXPECT_EQ(log.lines()[0].rfind("VRNBundle - No Info.plist at " + (dir / "absent.plist").string(), 0),
-              0u);
+    EXPECT_EQ(
+        log.lines()[0].rfind("VRNBundle - No Info.plist at " + (dir / "absent.plist").string(), 0),
+        0u);
 
     log.clear();
     VRNBundle::setMainInfoPlistPath(write("<plist><dict><key>broken"));
@@ -70,7 +71,8 @@ TEST_F(Configuration, MissingMalformedOrIncompleteInfoPlistLogsOnceAndAnswersNot
 
     log.clear();
     VRNBundle::setMainInfoPlistPath(write(
-        "<plist version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>a.b</string></dict></plist>"));
+        "<plist "
+        "version=\"1.0\"><dict><key>CFBundleIdentifier</key><string>a.b</string></dict></plist>"));
     EXPECT_FALSE(VRNInfoPlist().apiClientID());
     EXPECT_FALSE(VRNInfoPlist().apiClientSecret());
     EXPECT_EQ(VRNInfoPlist().hostApplicationBundleId(), "a.b");
@@ -95,9 +97,9 @@ TEST_F(Repository, FreshInstallDefaultsAndLoggedBooleanSetters) {
     EXPECT_FALSE(repository.floatingButtonFrameX());
     repository.setApplicationActive(false);
     repository.setClientAuthorized(true);
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{
-                               "VRNAppRepository - Setting application active -> False",
-                               "VRNAppRepository - Setting client authorized -> True"}));
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{"VRNAppRepository - Setting application active -> False",
+                                        "VRNAppRepository - Setting client authorized -> True"}));
     // Stored as booleans under their keys, read back by a new repository over the same file.
     EXPECT_EQ(store->value("ketrano.applicationActiveKey"), VRNDefaultsValue(false));
     VRNAppRepository again{std::make_shared<VRNKeyValueStore>(dir / "defaults.sqlite")};
@@ -110,7 +112,8 @@ TEST_F(Repository, TypedAndRawAccessOverTheirKeys) {
     repository.setFloatingButtonFrameX(100.5);
     repository.setFloatingButtonFrameY(200.25);
     repository.setLastUsedColor(VRNDefaultsValue(int64_t{2}));
-    EXPECT_EQ(store->value("ketrano.emailAddressKey"), VRNDefaultsValue(std::string("tester@example.com")));
+    EXPECT_EQ(store->value("ketrano.emailAddressKey"),
+              VRNDefaultsValue(std::string("tester@example.com")));
     EXPECT_EQ(store->value("ketrano.floatingButtonFrameX"), VRNDefaultsValue(100.5));
     EXPECT_EQ(repository.floatingButtonFrameY(), 200.25);
     EXPECT_EQ(repository.lastUsedColor(), VRNDefaultsValue(int64_t{2}));
@@ -153,7 +156,8 @@ private:
 };
 
 TEST(DateProvider, FormatsLocalTimeWithExtendedOffsetAndIgnoresTheFormatArgument) {
-    const auto date = std::chrono::system_clock::from_time_t(1709644029);  // 2024-03-05 13:07:09 UTC
+    const auto date =
+        std::chrono::system_clock::from_time_t(1709644029);  // 2024-03-05 13:07:09 UTC
     const auto provider = VRNDateProvider::sharedInstance();
     {
         ZoneGuard zone("CET-1");

@@ -52,7 +52,8 @@ public:
         calls.push_back("branding");
         onCompletion(nullptr, nullptr);
     }
-    void uploadFile(std::shared_ptr<VRNAPIReportFileProtocol>, UploadCompletion onCompletion) override {
+    void uploadFile(std::shared_ptr<VRNAPIReportFileProtocol>,
+                    UploadCompletion onCompletion) override {
         std::lock_guard lock(mutex);
         calls.push_back("upload");
         onCompletion(std::nullopt, nullptr);
@@ -77,7 +78,8 @@ public:
         completion(std::move(response), std::move(error));
     }
     void failAuth() {
-        answerAuth(nullptr, VRNError::make("NSURLErrorDomain", -1004, "Could not connect to the server."));
+        answerAuth(nullptr,
+                   VRNError::make("NSURLErrorDomain", -1004, "Could not connect to the server."));
     }
 
     std::mutex mutex;

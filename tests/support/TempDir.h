@@ -12,7 +12,8 @@ namespace vorna::test {
 class TempDir {
 public:
     TempDir() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "vorna-test-XXXXXX").string();
+        std::string pattern =
+            (std::filesystem::temp_directory_path() / "vorna-test-XXXXXX").string();
         if (mkdtemp(pattern.data()) != nullptr) {
             path_ = pattern;
         }

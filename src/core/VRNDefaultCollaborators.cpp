@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "api/VRNAPIProtocol.h"
+#include "api/VRNAPI.h"
 #include "blackbox/VRNBlackBox.h"
 #include "blackbox/VRNSessionReporter.h"
 
@@ -21,9 +21,7 @@ Registrar& registrar() {
 
 }  // namespace
 
-std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI() {
-    return nullptr;
-}
+std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI() { return std::make_shared<VRNAPI>(); }
 
 void VRNRegisterKitResources() {
     std::function<void()> registerResources;

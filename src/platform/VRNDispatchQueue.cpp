@@ -74,10 +74,10 @@ void VRNDispatchQueue::run() {
 }
 
 void VRNSemaphore::signal() {
-    {
-        std::lock_guard lock(mutex_);
-        ++count_;
-    }
+    // Notified under the lock: a waiter that owns the semaphore may wake and destroy it as soon
+    // as the lock is released.
+    std::lock_guard lock(mutex_);
+    ++count_;
     changed_.notify_one();
 }
 
@@ -102,10 +102,9 @@ void VRNDispatchGroup::enter() {
 }
 
 void VRNDispatchGroup::leave() {
-    {
-        std::lock_guard lock(mutex_);
-        --outstanding_;
-    }
+    // Under the lock, for the same reason as VRNSemaphore::signal.
+    std::lock_guard lock(mutex_);
+    --outstanding_;
     changed_.notify_all();
 }
 

@@ -3,7 +3,7 @@
 // Runs the real vorna-backend as a child process for a test: on an ephemeral loopback port,
 // with a fresh data directory, and with small blocking helpers for its admin calls.
 //
-//     vorna::test::BackendProcess backend(VORNA_BACKEND_EXECUTABLE, "client", "secret");
+//     vorna::test::BackendProcess backend(VORNA_BACKEND_BINARY, "client", "secret");
 //     backend.archive("com.example.app");
 //     backend.injectFault("api/1.0/files", 2, vorna::test::BackendFault::withStatus(500));
 //     ... point the kit at backend.baseUrl() ...

@@ -1,13 +1,14 @@
 #!/usr/bin/env bash
-# The kit's main job on one machine: build everything, start the reference backend on
-# loopback (port 8642, the kit's default base URL), run an example host against it, and say
-# where its reports can be seen. Everything stays on 127.0.0.1.
+# The kit's main job on one machine: build the kit, start the reference backend on loopback
+# (port 8642, the kit's default base URL), let the example host vorna-report send a report with
+# an attachment and wait until the backend has accepted it, then say where to see it.
+# Everything stays on 127.0.0.1.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/install-deps.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j "$(nproc)" --target vorna-backend vorna-headless-host
+cmake --build build -j "$(nproc)" --target vorna-backend vorna-report
 
 data="${VORNA_DEMO_DATA:-$PWD/build/demo-backend-data}"
 mkdir -p "$data"
@@ -26,10 +27,13 @@ for _ in $(seq 1 100); do
 done
 echo "$(head -1 build/demo-backend.out)"
 
-build/examples/headless-host/vorna-headless-host --seconds "${VORNA_DEMO_SECONDS:-3}"
+attachment=build/demo-attachment.log
+{ date; uname -a; echo "The demo's attachment: any file a host wants to send along."; } > "$attachment"
+build/examples/vorna-report/vorna-report --description "Demo report: the save button does nothing" \
+    --attach "$attachment" --timeout "${VORNA_DEMO_TIMEOUT:-60}"
 
 echo
-echo "Reports received by the backend: http://127.0.0.1:8642/"
+echo "The report is on the backend's page: http://127.0.0.1:8642/"
 if [ -t 0 ] && [ -z "${CI:-}" ]; then
     echo "The backend keeps running so you can look; press Ctrl-C to stop it."
     wait $backend

@@ -4,12 +4,15 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "vorna/Vorna.h"
 
 namespace vorna {
 
 class VRNAPIProtocol;
+class VRNFileManagerProtocol;
+class VRNUploaderProtocol;
 class VRNVornaReportData;
 
 // Where the facade meets the rooms below it: the process-wide collaborators it makes or
@@ -26,6 +29,15 @@ void VRNSetKitResourceRegistrar(std::function<void()> registrar);
 void VRNStartBlackBox();
 void VRNSetBlackBoxEnabled(bool enabled);
 void VRNStartSessionReporter();
+
+// The report store and the uploader of the shared instance.
+std::shared_ptr<VRNFileManagerProtocol> VRNMakeDefaultFileManager();
+std::shared_ptr<VRNUploaderProtocol> VRNMakeDefaultUploader(
+    std::shared_ptr<VRNFileManagerProtocol> fileManager, std::shared_ptr<VRNAPIProtocol> api);
+
+// What a report without screens carries as its screenshot when asked for one: a UI layer
+// installs a capture that answers the JPEG bytes of the application's windows.
+void VRNSetScreenshotCapture(std::function<std::optional<std::vector<uint8_t>>()> capture);
 
 // Installs a fresh default branding when a report flow opens.
 void VRNStartBrandingService();

@@ -40,6 +40,8 @@ VRNVorna::Dependencies sharedDependencies() {
     deps.connection = VRNConnection::sharedInstance();
     deps.runLoop = VRNRunLoop::main();
     deps.notificationCenter = &VRNNotificationCenter::defaultCenter();
+    deps.makeFileManager = VRNMakeDefaultFileManager;
+    deps.makeUploader = VRNMakeDefaultUploader;
     return deps;
 }
 

@@ -1,0 +1,216 @@
+#include "storage/VRNUploader.h"
+
+#include "api/VRNAPIProtocol.h"
+#include "platform/VRNRunLoop.h"
+#include "state/VRNAppRepository.h"
+#include "state/VRNConstants.h"
+#include "storage/VRNVornaUploadOperation.h"
+#include "vorna/VRNLog.h"
+
+namespace vorna {
+
+std::shared_ptr<VRNUploader> VRNUploader::initWithFileManager(
+    std::shared_ptr<VRNFileManagerProtocol> fileManager, std::shared_ptr<VRNAPIProtocol> api,
+    Dependencies dependencies) {
+    auto uploader = std::make_shared<VRNUploader>(std::move(fileManager), std::move(api),
+                                                  std::move(dependencies));
+    uploader->startUnsentJobs();
+    uploader->addApplicationStateObservers();
+    return uploader;
+}
+
+VRNUploader::VRNUploader(std::shared_ptr<VRNFileManagerProtocol> fileManager,
+                         std::shared_ptr<VRNAPIProtocol> api, Dependencies dependencies)
+    : fileManager_(std::move(fileManager)),
+      api_(std::move(api)),
+      runLoop_(dependencies.runLoop ? std::move(dependencies.runLoop) : VRNRunLoop::main()),
+      center_(dependencies.notificationCenter ? *dependencies.notificationCenter
+                                              : VRNNotificationCenter::defaultCenter()),
+      appRepository_(dependencies.appRepository ? std::move(dependencies.appRepository)
+                                                : VRNAppRepository::sharedInstance()) {}
+
+VRNUploader::~VRNUploader() {
+    for (auto token : observers_) {
+        center_.removeObserver(token);
+    }
+    cancelTimer();
+}
+
+void VRNUploader::uploadData(std::shared_ptr<VRNVornaReportData> reportData) {
+    VRNLog("VRNUploader: Got request to upload data");
+    std::weak_ptr<VRNUploader> weak = weak_from_this();
+    workingQueue_.async([weak, reportData] {
+        auto self = weak.lock();
+        if (!self) {
+            return;
+        }
+        // Sent even when it could not be saved: the report is still in memory.
+        const auto jobId = self->fileManager_
+                               ? self->fileManager_->saveDataForReportData(reportData)
+                               : std::nullopt;
+        self->startUploadOperationWithReportData(reportData, jobId);
+    });
+}
+
+void VRNUploader::startUnsentJobs() {
+    retryUploadNeeded = false;
+    std::weak_ptr<VRNUploader> weak = weak_from_this();
+    workingQueue_.async([weak] {
+        auto self = weak.lock();
+        if (!self || !self->fileManager_) {
+            return;
+        }
+        const auto jobs = self->fileManager_->savedReports();
+        if (jobs.empty()) {
+            VRNLog("VRNUploader: No saved offline jobs");
+            return;
+        }
+        VRNLog("VRNUploader: Got %lu offline jobs to process",
+               static_cast<unsigned long>(jobs.size()));
+        for (const auto& jobId : jobs) {
+            auto reportData = self->fileManager_->loadReportDataForIdentifier(jobId);
+            if (!reportData) {
+                VRNLog("VRNUploader: Failed to fetch data for %s", jobId.c_str());
+                continue;
+            }
+            self->startUploadOperationWithReportData(std::move(reportData), jobId);
+        }
+    });
+}
+
+void VRNUploader::startUploadOperationWithReportData(std::shared_ptr<VRNVornaReportData> reportData,
+                                                     const std::optional<std::string>& jobId) {
+    if (!appRepository_->clientAuthorized()) {
+        VRNLog("VRNUploader - Will not start upload, client is not authorized");
+        return;
+    }
+    auto operation = std::make_shared<VRNVornaUploadOperation>(std::move(reportData), api_);
+    std::weak_ptr<VRNUploader> weakSelf = weak_from_this();
+    std::weak_ptr<VRNVornaUploadOperation> weakOperation = operation;
+    operation->completionBlock = [weakSelf, weakOperation, jobId] {
+        auto self = weakSelf.lock();
+        auto finished = weakOperation.lock();
+        if (self && finished) {
+            self->operationFinished(*finished, jobId);
+        }
+    };
+    VRNLog("VRNUploader: Adding operation to queue for job id %s",
+           jobId ? jobId->c_str() : "(null)");
+    ++operationCount_;
+    // The operations run on the working queue itself, one at a time, after what it already holds.
+    workingQueue_.async([this, operation] {
+        operation->main();
+        --operationCount_;
+        if (operation->completionBlock) {
+            operation->completionBlock();
+        }
+    });
+}
+
+void VRNUploader::operationFinished(VRNVornaUploadOperation& operation,
+                                    const std::optional<std::string>& jobId) {
+    const std::string job = jobId.value_or("(null)");
+    if (operation.isUploadedSuccessfully()) {
+        VRNLog("VRNUploader: Uploaded succesfully, removing job id %s", job.c_str());
+        if (fileManager_) {
+            fileManager_->deleteReportDataForIdentifier(job);
+        }
+    } else if (operation.uploadErrorCode() == VRNErrorApplicationArchived) {
+        VRNLog("VRNUploader: Upload failed, application archived, error code -> %ld",
+               static_cast<long>(operation.uploadErrorCode()));
+        appRepository_->setApplicationActive(false);
+        if (fileManager_) {
+            fileManager_->deleteAllLocalReportData();
+        }
+    } else {
+        VRNLog("VRNUploader: Upload failed, not removing job id %s", job.c_str());
+        retryUploadNeeded = true;
+    }
+
+    if (operationCount_ != 0) {
+        return;  // the last operation of the round decides
+    }
+    if (retryUploadNeeded) {
+        if (!timerRunning) {
+            retryUploadOperations();
+        }
+    } else {
+        VRNLog("VRNUploader: All upload operations completed succesfully");
+        cancelTimer();
+        delayInterval = initialDelayInterval;
+    }
+}
+
+void VRNUploader::retryUploadOperations() {
+    cancelTimer();
+    timerRunning = true;
+    delayInterval = delayInterval * 2;
+    VRNLog("VRNUploader - Will retry upload operation after %ld",
+           static_cast<long>(delayInterval.load()));
+    std::weak_ptr<VRNUploader> weak = weak_from_this();
+    runLoop_->runSync([this, weak] {
+        auto timer =
+            runLoop_->scheduleTimer(static_cast<double>(delayInterval.load()), false, [weak] {
+                auto self = weak.lock();
+                if (!self) {
+                    return;
+                }
+                VRNLog("VRNUploader - Retrying upload operation");
+                timerRunning = false;
+                self->startUnsentJobs();
+            });
+        std::lock_guard lock(mutex_);
+        timer_ = std::move(timer);
+    });
+}
+
+void VRNUploader::addApplicationStateObservers() {
+    std::weak_ptr<VRNUploader> weak = weak_from_this();
+    auto foreground = center_.addObserver(VRNApplicationWillEnterForegroundNotification,
+                                          [weak](const VRNNotification&) {
+                                              if (auto self = weak.lock()) {
+                                                  self->appWillEnterForeground();
+                                              }
+                                          });
+    auto background = center_.addObserver(VRNApplicationDidEnterBackgroundNotification,
+                                          [weak](const VRNNotification&) {
+                                              if (auto self = weak.lock()) {
+                                                  self->appDidEnterBackground();
+                                              }
+                                          });
+    std::lock_guard lock(mutex_);
+    observers_.push_back(foreground);
+    observers_.push_back(background);
+}
+
+void VRNUploader::appWillEnterForeground() {
+    VRNLog("VRNUploader - Starting offline jobs after application entered foreground");
+    startUnsentJobs();
+}
+
+void VRNUploader::appDidEnterBackground() {
+    VRNLog(
+        "VRNUploader - Application entered background, invalidating timer and reseting delay "
+        "times");
+    cancelTimer();
+    delayInterval = initialDelayInterval;
+    timerRunning = false;
+}
+
+std::shared_ptr<VRNTimer> VRNUploader::timer() const {
+    std::lock_guard lock(mutex_);
+    return timer_;
+}
+
+void VRNUploader::cancelTimer() {
+    std::shared_ptr<VRNTimer> old;
+    {
+        std::lock_guard lock(mutex_);
+        old = std::move(timer_);
+    }
+    if (old) {
+        old->invalidate();
+    }
+}
+
+}  // namespace vorna

@@ -7,16 +7,16 @@
 namespace vorna {
 
 VRNDispatchQueue::VRNDispatchQueue(std::string label)
-    : label_(std::move(label)), thread_([this] { run(); }) {
+    : label_(std::move(label)), thread_([state = state_] { run(state); }) {
     pthread_setname_np(thread_.native_handle(), label_.substr(0, 15).c_str());
 }
 
 VRNDispatchQueue::~VRNDispatchQueue() {
     {
-        std::lock_guard lock(mutex_);
-        stopping_ = true;
+        std::lock_guard lock(state_->mutex);
+        state_->stopping = true;
     }
-    changed_.notify_all();
+    state_->changed.notify_all();
     if (thread_.get_id() == std::this_thread::get_id()) {
         thread_.detach();
     } else if (thread_.joinable()) {
@@ -26,10 +26,10 @@ VRNDispatchQueue::~VRNDispatchQueue() {
 
 void VRNDispatchQueue::async(std::function<void()> task) {
     {
-        std::lock_guard lock(mutex_);
-        tasks_.push_back(std::move(task));
+        std::lock_guard lock(state_->mutex);
+        state_->tasks.push_back(std::move(task));
     }
-    changed_.notify_all();
+    state_->changed.notify_all();
 }
 
 void VRNDispatchQueue::sync(const std::function<void()>& task) {
@@ -57,17 +57,17 @@ void VRNDispatchQueue::waitUntilIdle() {
     sync([] {});
 }
 
-void VRNDispatchQueue::run() {
+void VRNDispatchQueue::run(const std::shared_ptr<State>& state) {
     for (;;) {
         std::function<void()> task;
         {
-            std::unique_lock lock(mutex_);
-            changed_.wait(lock, [&] { return stopping_ || !tasks_.empty(); });
-            if (tasks_.empty()) {
+            std::unique_lock lock(state->mutex);
+            state->changed.wait(lock, [&] { return state->stopping || !state->tasks.empty(); });
+            if (state->tasks.empty()) {
                 return;
             }
-            task = std::move(tasks_.front());
-            tasks_.pop_front();
+            task = std::move(state->tasks.front());
+            state->tasks.pop_front();
         }
         task();
     }

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <deque>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -29,13 +30,18 @@ public:
     void waitUntilIdle();
 
 private:
-    void run();
+    // Shared with the queue's thread, so that a queue released by one of its own tasks can let
+    // its thread finish without touching the destroyed queue.
+    struct State {
+        std::mutex mutex;
+        std::condition_variable changed;
+        std::deque<std::function<void()>> tasks;
+        bool stopping = false;
+    };
+    static void run(const std::shared_ptr<State>& state);
 
     const std::string label_;
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::deque<std::function<void()>> tasks_;
-    bool stopping_ = false;
+    std::shared_ptr<State> state_ = std::make_shared<State>();
     std::thread thread_;
 };
 

@@ -98,9 +98,11 @@ void VRNUploader::startUploadOperationWithReportData(std::shared_ptr<VRNVornaRep
            jobId ? jobId->c_str() : "(null)");
     ++operationCount_;
     // The operations run on the working queue itself, one at a time, after what it already holds.
-    workingQueue_.async([this, operation] {
+    workingQueue_.async([weakSelf, operation] {
         operation->main();
-        --operationCount_;
+        if (auto self = weakSelf.lock()) {
+            --self->operationCount_;
+        }
         if (operation->completionBlock) {
             operation->completionBlock();
         }

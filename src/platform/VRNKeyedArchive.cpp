@@ -44,9 +44,19 @@ Registry& registry() {
     return r;
 }
 
-json encodeValue(const VRNArchiveValue& value) {
+json classed(const std::string& className, const char* key, json value) {
+    // Built member by member: an initializer list would copy every value, data included.
+    json object = json::object();
+    object[kClassKey] = className;
+    object[key] = std::move(value);
+    return object;
+}
+
+// Consumes the value, so that data moves into the document instead of being copied;
+// `dataBytes` adds up the data, for sizing the output once.
+json encodeValue(VRNArchiveValue value, size_t& dataBytes) {
     return std::visit(
-        [](const auto& v) -> json {
+        [&dataBytes](auto& v) -> json {
             using T = std::decay_t<decltype(v)>;
             if constexpr (std::is_same_v<T, std::monostate>) {
                 return nullptr;
@@ -55,21 +65,23 @@ json encodeValue(const VRNArchiveValue& value) {
                 return v;
             } else if constexpr (std::is_same_v<T, std::string>) {
                 // Strings are objects of their own class, so that a reader can refuse them.
-                return json{{kClassKey, "NSString"}, {kValuesKey, v}};
+                dataBytes += v.size();
+                return classed("NSString", kValuesKey, std::move(v));
             } else if constexpr (std::is_same_v<T, VRNData>) {
-                return json{{kClassKey, "NSData"}, {kValuesKey, json::binary(v)}};
+                dataBytes += v.size();
+                return classed("NSData", kValuesKey, json::binary(std::move(v)));
             } else if constexpr (std::is_same_v<T, VRNArchiveValue::Array>) {
                 auto items = json::array();
-                for (const auto& item : v) {
-                    items.push_back(encodeValue(item));
+                for (auto& item : v) {
+                    items.push_back(encodeValue(std::move(item), dataBytes));
                 }
-                return json{{kClassKey, "NSArray"}, {kItemsKey, std::move(items)}};
+                return classed("NSArray", kItemsKey, std::move(items));
             } else if constexpr (std::is_same_v<T, VRNArchiveValue::Dictionary>) {
                 auto entries = json::object();
-                for (const auto& [key, item] : v) {
-                    entries[key] = encodeValue(item);
+                for (auto& [key, item] : v) {
+                    entries[key] = encodeValue(std::move(item), dataBytes);
                 }
-                return json{{kClassKey, "NSDictionary"}, {kValuesKey, std::move(entries)}};
+                return classed("NSDictionary", kValuesKey, std::move(entries));
             } else {
                 if (!v) {
                     return nullptr;
@@ -77,10 +89,10 @@ json encodeValue(const VRNArchiveValue& value) {
                 VRNCoder coder;
                 v->encodeWithCoder(coder);
                 auto entries = json::object();
-                for (const auto& [key, item] : coder.values()) {
-                    entries[key] = encodeValue(item);
+                for (auto& [key, item] : coder.takeValues()) {
+                    entries[key] = encodeValue(std::move(item), dataBytes);
                 }
-                return json{{kClassKey, v->archiveClassName()}, {kValuesKey, std::move(entries)}};
+                return classed(v->archiveClassName(), kValuesKey, std::move(entries));
             }
         },
         value.value);
@@ -96,7 +108,7 @@ class Reader {
 public:
     explicit Reader(const std::set<std::string>* allowed) : allowed_(allowed) {}
 
-    std::optional<VRNArchiveValue> read(const json& node, const std::string& key, size_t depth) {
+    std::optional<VRNArchiveValue> read(json& node, const std::string& key, size_t depth) {
         if (depth > kMaxDepth) {
             error_ = corrupt("nesting too deep");
             return std::nullopt;
@@ -155,8 +167,7 @@ private:
         return false;
     }
 
-    std::optional<VRNArchiveValue> readObject(const json& node, const std::string& key,
-                                              size_t depth) {
+    std::optional<VRNArchiveValue> readObject(json& node, const std::string& key, size_t depth) {
         auto cls = node.find(kClassKey);
         if (cls == node.end() || !cls->is_string()) {
             error_ = corrupt("object without class for key '" + key + "'");
@@ -179,8 +190,8 @@ private:
                 error_ = corrupt("malformed data for key '" + key + "'");
                 return std::nullopt;
             }
-            const auto& bytes = values->get_binary();
-            return VRNArchiveValue(VRNData(bytes.begin(), bytes.end()));
+            // Moved out of the parsed document: a large attachment is not copied again.
+            return VRNArchiveValue(VRNData(std::move(static_cast<VRNData&>(values->get_binary()))));
         }
         if (VRNArchiveClassRegistry::isKindOf(className, "NSArray")) {
             auto items = node.find(kItemsKey);
@@ -190,7 +201,7 @@ private:
             }
             VRNArchiveValue::Array array;
             array.reserve(items->size());
-            for (const auto& item : *items) {
+            for (auto& item : *items) {
                 auto value = read(item, key, depth + 1);
                 if (!value) {
                     return std::nullopt;
@@ -204,7 +215,7 @@ private:
             return std::nullopt;
         }
         VRNArchiveValue::Dictionary entries;
-        for (const auto& [entryKey, item] : values->items()) {
+        for (auto& [entryKey, item] : values->items()) {
             auto value = read(item, entryKey, depth + 1);
             if (!value) {
                 return std::nullopt;
@@ -219,7 +230,8 @@ private:
             error_ = corrupt("class " + className + " cannot be decoded");
             return std::nullopt;
         }
-        return VRNArchiveValue(factory(VRNDecoder(std::move(entries))));
+        VRNDecoder decoder(std::move(entries));
+        return VRNArchiveValue(factory(decoder));
     }
 
     const std::set<std::string>* allowed_;
@@ -330,10 +342,18 @@ VRNArchiveClassRegistry::Factory VRNArchiveClassRegistry::factory(const std::str
 }
 
 VRNData VRNKeyedArchiver::archivedDataWithRootObject(const VRNArchiveValue& root) {
-    json document{{kArchiverKey, kArchiverName},
-                  {"$version", kArchiveVersion},
-                  {kTopKey, json{{"root", encodeValue(root)}}}};
-    return json::to_cbor(document);
+    size_t dataBytes = 0;
+    json top = json::object();
+    top["root"] = encodeValue(root, dataBytes);
+    json document = json::object();
+    document[kArchiverKey] = kArchiverName;
+    document["$version"] = kArchiveVersion;
+    document[kTopKey] = std::move(top);
+    VRNData bytes;
+    // Room for the data and the keys around it, so a large attachment is written once.
+    bytes.reserve(dataBytes + dataBytes / 64 + 4096);
+    json::to_cbor(document, bytes);
+    return bytes;
 }
 
 std::optional<VRNArchiveValue> VRNKeyedUnarchiver::unarchivedObjectOfClasses(

@@ -73,6 +73,7 @@ public:
         }
     }
     const VRNArchiveValue::Dictionary& values() const { return values_; }
+    VRNArchiveValue::Dictionary takeValues() { return std::move(values_); }
 
 private:
     VRNArchiveValue::Dictionary values_;
@@ -94,6 +95,15 @@ public:
         auto v = valueForKey(key);
         return v && v->data() ? std::optional<VRNData>(*v->data()) : std::nullopt;
     }
+    // Moves the data out of the decoder (it reads as absent afterwards): for large payloads.
+    std::optional<VRNData> takeData(const std::string& key) {
+        auto it = values_.find(key);
+        if (it == values_.end()) {
+            return std::nullopt;
+        }
+        auto* data = std::get_if<VRNData>(&it->second.value);
+        return data ? std::optional<VRNData>(std::move(*data)) : std::nullopt;
+    }
     VRNCodingPtr decodeObject(const std::string& key) const {
         auto v = valueForKey(key);
         return v ? v->object() : nullptr;
@@ -110,7 +120,7 @@ private:
 // NSString, NSData, NSMutableData) always are.
 class VRNArchiveClassRegistry {
 public:
-    using Factory = std::function<VRNCodingPtr(const VRNDecoder&)>;
+    using Factory = std::function<VRNCodingPtr(VRNDecoder&)>;
     static void registerClass(const std::string& name, const std::string& superclass,
                               Factory factory);
     static bool isRegistered(const std::string& name);

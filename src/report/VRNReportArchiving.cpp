@@ -66,8 +66,8 @@ void VRNReportArchiving::registerArchiveClasses() {
     std::call_once(once, [] {
         VRNBlackBoxObject::registerArchiveClasses();
         VRNArchiveClassRegistry::registerClass(
-            "VRNVornaFile", "NSObject", [](const VRNDecoder& decoder) -> VRNCodingPtr {
-                auto bytes = decoder.decodeData(kDataKey);
+            "VRNVornaFile", "NSObject", [](VRNDecoder& decoder) -> VRNCodingPtr {
+                auto bytes = decoder.takeData(kDataKey);
                 std::shared_ptr<const VRNVornaFile::Bytes> data;
                 if (bytes) {
                     data = std::make_shared<const VRNVornaFile::Bytes>(std::move(*bytes));

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "blackbox/Record.h"
 #include "report/VRNAPIReport.h"
 #include "state/VRNConstants.h"
 #include "storage/VRNFileManager.h"
@@ -58,8 +59,21 @@ BENCHMARK(BM_RawWriteFsync10MB)->Unit(benchmark::kMillisecond)->UseRealTime();
 // Building the document of a report whose black box is full (120 + 120 + 120 + 30 + 30 + 30
 // samples), as the upload operation does before every send.
 void BM_ReportDocumentFullBlackBox(benchmark::State& state) {
+    auto history = [](int count) {
+        std::vector<std::shared_ptr<VRNBlackBoxObject>> records;
+        for (int i = 0; i < count; ++i) {
+            records.push_back(std::make_shared<Record>("12.345", "2024-03-05T14:07:09+01:00"));
+        }
+        return records;
+    };
+    auto dict = VRNVornaReportData::setupDefaultData();
+    dict[kVRNCpuHistory] = history(120);
+    dict[kVRNMemoryHistory] = history(120);
+    dict[kVRNStorageHistory] = history(120);
+    dict[kVRNOrientationHistory] = history(30);
+    dict[kVRNSessionStateHistory] = history(15);
     auto data = std::make_shared<VRNVornaReportData>(VRNVornaReportData::Empty{});
-    data->setGatheredDataDict(VRNVornaReportData::setupDefaultData());
+    data->setGatheredDataDict(std::move(dict));
     for (auto _ : state) {
         VRNAPIReport report(*data);
         benchmark::DoNotOptimize(report.dictValues());

@@ -6,8 +6,14 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK
 if(NOT rc EQUAL 0)
     message(FATAL_ERROR "install failed: ${rc}")
 endif()
+set(consumer_flags "")
+if(SANITIZE)
+    # A kit built with sanitizers needs their runtimes in the host too.
+    set(consumer_flags -DCMAKE_CXX_FLAGS=-fsanitize=${SANITIZE}
+                       -DCMAKE_EXE_LINKER_FLAGS=-fsanitize=${SANITIZE})
+endif()
 execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR}/tests/install/consumer -B ${WORK_DIR}/build
-                        -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
+                        -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix ${consumer_flags}
                 RESULT_VARIABLE rc)
 if(NOT rc EQUAL 0)
     message(FATAL_ERROR "configuring the consumer failed: ${rc}")

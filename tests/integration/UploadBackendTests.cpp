@@ -32,10 +32,10 @@ protected:
         VRNBundle::setMainBundle(
             std::make_shared<VRNBundle>(nlohmann::json{{"CFBundleIdentifier", kBundleId}}));
         repository->setClientAuthorized(true);
-        bool answered = false;
+        std::atomic<bool> answered{false};
         api->authenticateWith("upload-client", "upload-secret",
                               [&](auto response, auto) { answered = response != nullptr; });
-        ASSERT_TRUE(loop->drainUntil([&] { return answered; }));
+        ASSERT_TRUE(loop->drainUntil([&] { return answered.load(); }));
         log.clear();
     }
     void TearDown() override {

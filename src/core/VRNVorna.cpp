@@ -242,19 +242,11 @@ void VRNVorna::registerApplication() {
 }
 
 void VRNVorna::addObservers() {
-    std::weak_ptr<VRNVorna> weak = weak_from_this();
-    auto foreground = center_.addObserver(VRNApplicationWillEnterForegroundNotification,
-                                          [weak](const VRNNotification&) {
-                                              if (auto self = weak.lock()) {
-                                                  self->appWillEnterForeground();
-                                              }
-                                          });
-    auto background = center_.addObserver(VRNApplicationDidEnterBackgroundNotification,
-                                          [weak](const VRNNotification&) {
-                                              if (auto self = weak.lock()) {
-                                                  self->appDidEnterBackground();
-                                              }
-                                          });
+    const std::weak_ptr<VRNVorna> weak = weak_from_this();
+    const auto foreground = center_.addObserver(VRNApplicationWillEnterForegroundNotification, weak,
+                                                &VRNVorna::appWillEnterForeground);
+    const auto background = center_.addObserver(VRNApplicationDidEnterBackgroundNotification, weak,
+                                                &VRNVorna::appDidEnterBackground);
     std::lock_guard lock(mutex_);
     observers_.push_back(foreground);
     observers_.push_back(background);

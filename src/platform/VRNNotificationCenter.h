@@ -26,6 +26,15 @@ public:
 
     // An empty name observes every notification.
     Token addObserver(const std::string& name, Observer observer);
+    // Calls a member of a target held weakly; nothing happens once the target is gone.
+    template <class T>
+    Token addObserver(const std::string& name, std::weak_ptr<T> target, void (T::*method)()) {
+        return addObserver(name, [target = std::move(target), method](const VRNNotification&) {
+            if (auto strong = target.lock()) {
+                ((*strong).*method)();
+            }
+        });
+    }
     void removeObserver(Token token);
     void post(const std::string& name, const void* object = nullptr);
 

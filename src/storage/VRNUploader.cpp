@@ -167,19 +167,11 @@ void VRNUploader::retryUploadOperations() {
 }
 
 void VRNUploader::addApplicationStateObservers() {
-    std::weak_ptr<VRNUploader> weak = weak_from_this();
-    auto foreground = center_.addObserver(VRNApplicationWillEnterForegroundNotification,
-                                          [weak](const VRNNotification&) {
-                                              if (auto self = weak.lock()) {
-                                                  self->appWillEnterForeground();
-                                              }
-                                          });
-    auto background = center_.addObserver(VRNApplicationDidEnterBackgroundNotification,
-                                          [weak](const VRNNotification&) {
-                                              if (auto self = weak.lock()) {
-                                                  self->appDidEnterBackground();
-                                              }
-                                          });
+    const std::weak_ptr<VRNUploader> weak = weak_from_this();
+    const auto foreground = center_.addObserver(VRNApplicationWillEnterForegroundNotification, weak,
+                                                &VRNUploader::appWillEnterForeground);
+    const auto background = center_.addObserver(VRNApplicationDidEnterBackgroundNotification, weak,
+                                                &VRNUploader::appDidEnterBackground);
     std::lock_guard lock(mutex_);
     observers_.push_back(foreground);
     observers_.push_back(background);

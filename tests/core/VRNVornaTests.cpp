@@ -8,6 +8,7 @@
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
 #include "storage/VRNFileManagerProtocol.h"
+#include "support/CountingStore.h"
 #include "support/FakeAPI.h"
 #include "support/FakeReachability.h"
 #include "support/LogCapture.h"
@@ -19,20 +20,6 @@ namespace {
 
 using test::FakeAPI;
 using test::FakeReachability;
-
-class RecordingStore : public VRNFileManagerProtocol {
-public:
-    std::optional<std::string> saveDataForReportData(std::shared_ptr<VRNVornaReportData>) override {
-        return std::nullopt;
-    }
-    std::shared_ptr<VRNVornaReportData> loadReportDataForIdentifier(const std::string&) override {
-        return nullptr;
-    }
-    void deleteReportDataForIdentifier(const std::string&) override {}
-    std::vector<std::string> savedReports() override { return {}; }
-    void deleteAllLocalReportData() override { ++deleteAllCalls; }
-    int deleteAllCalls = 0;
-};
 
 class VRNVornaTest : public testing::Test {
 protected:
@@ -73,7 +60,7 @@ protected:
     std::shared_ptr<FakeReachability::Shared> network =
         std::make_shared<FakeReachability::Shared>();
     std::shared_ptr<FakeAPI> api = std::make_shared<FakeAPI>();
-    std::shared_ptr<RecordingStore> reportStore = std::make_shared<RecordingStore>();
+    std::shared_ptr<test::CountingStore> reportStore = std::make_shared<test::CountingStore>();
     std::shared_ptr<VRNKeyValueStore> store;
     std::shared_ptr<VRNAppRepository> repository;
     std::shared_ptr<VRNConnection> connection;

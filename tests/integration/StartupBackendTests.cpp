@@ -13,6 +13,7 @@
 #include "state/VRNConstants.h"
 #include "storage/VRNFileManagerProtocol.h"
 #include "support/BackendProcess.h"
+#include "support/CountingStore.h"
 #include "support/FakeReachability.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
@@ -22,20 +23,6 @@ namespace vorna {
 namespace {
 
 constexpr const char* kBundleId = "org.vorna.tests.startup";
-
-class CountingStore : public VRNFileManagerProtocol {
-public:
-    std::optional<std::string> saveDataForReportData(std::shared_ptr<VRNVornaReportData>) override {
-        return std::nullopt;
-    }
-    std::shared_ptr<VRNVornaReportData> loadReportDataForIdentifier(const std::string&) override {
-        return nullptr;
-    }
-    void deleteReportDataForIdentifier(const std::string&) override {}
-    std::vector<std::string> savedReports() override { return {}; }
-    void deleteAllLocalReportData() override { ++deleteAllCalls; }
-    std::atomic<int> deleteAllCalls{0};
-};
 
 class StartupAgainstBackend : public testing::Test {
 protected:
@@ -81,7 +68,7 @@ protected:
     VRNNotificationCenter center;
     std::shared_ptr<test::FakeReachability::Shared> network =
         std::make_shared<test::FakeReachability::Shared>();
-    std::shared_ptr<CountingStore> reportStore = std::make_shared<CountingStore>();
+    std::shared_ptr<test::CountingStore> reportStore = std::make_shared<test::CountingStore>();
     std::shared_ptr<VRNAppRepository> repository = std::make_shared<VRNAppRepository>(
         std::make_shared<VRNKeyValueStore>(dir / "defaults.sqlite"));
     std::shared_ptr<VRNAPI> api;

@@ -13,6 +13,7 @@
 #include "blackbox/VRNSamplers.h"
 #include "platform/VRNDeviceProbes.h"
 #include "platform/VRNKeyValueStore.h"
+#include "platform/VRNVirtualRunLoop.h"
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
 
@@ -22,7 +23,7 @@ using namespace vorna;
 
 // Threads that exist and sleep, as in a host with a large thread pool.
 class SleepingThreads {
-  public:
+public:
     explicit SleepingThreads(int count) {
         auto released = release_.get_future().share();
         for (int i = 0; i < count; ++i) {
@@ -36,7 +37,7 @@ class SleepingThreads {
         }
     }
 
-  private:
+private:
     std::promise<void> release_;
     std::vector<std::thread> threads_;
 };
@@ -127,4 +128,31 @@ BENCHMARK(BM_HistorySnapshot)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+namespace {
+
+// What a restart costs the host's thread: a recorder over a store that already holds six full
+// histories (120, 120, 120, 30, 30, 30 samples) reads them back when it starts recording.
+void BM_BlackBoxStartWithFullHistories(benchmark::State& state) {
+    const auto dir = std::filesystem::temp_directory_path() / "vorna-bench-bb-start";
+    std::filesystem::remove_all(dir);
+    auto repository = std::make_shared<VRNAppRepository>(
+        std::make_shared<VRNKeyValueStore>(dir / "defaults.sqlite"));
+    auto loop = std::make_shared<VRNVirtualRunLoop>();
+    {
+        auto filling = std::make_shared<VRNBlackBox>(repository, loop);
+        filling->startRecording();
+        loop->advance(61);
+    }
+    for (auto _ : state) {
+        auto blackBox = std::make_shared<VRNBlackBox>(repository, loop);
+        blackBox->startRecording();
+        benchmark::DoNotOptimize(blackBox.get());
+        state.PauseTiming();
+        blackBox.reset();
+        state.ResumeTiming();
+    }
+    std::filesystem::remove_all(dir);
+}
+BENCHMARK(BM_BlackBoxStartWithFullHistories)->Unit(benchmark::kMicrosecond);
+
+}  // namespace

@@ -140,7 +140,33 @@ public:
     VRNErrorPtr error() const { return error_; }
 
 private:
+    enum class Kind { String, Data, Array, Dictionary, Object };
+
+    Kind kindOf(const std::string& className) {
+        auto it = kinds_.find(className);
+        if (it != kinds_.end()) {
+            return it->second;
+        }
+        Kind kind = Kind::Object;
+        if (VRNArchiveClassRegistry::isKindOf(className, "NSString")) {
+            kind = Kind::String;
+        } else if (VRNArchiveClassRegistry::isKindOf(className, "NSData")) {
+            kind = Kind::Data;
+        } else if (VRNArchiveClassRegistry::isKindOf(className, "NSArray")) {
+            kind = Kind::Array;
+        } else if (VRNArchiveClassRegistry::isKindOf(className, "NSDictionary")) {
+            kind = Kind::Dictionary;
+        }
+        kinds_.emplace(className, kind);
+        return kind;
+    }
+
     bool admit(const std::string& className, const std::string& key) {
+        // A history holds hundreds of objects of a handful of classes: each class is checked
+        // once per archive.
+        if (admitted_.count(className) != 0) {
+            return true;
+        }
         if (!VRNArchiveClassRegistry::isRegistered(className)) {
             error_ =
                 VRNError::make(VRNCocoaErrorDomain, VRNCoderReadCorruptError,
@@ -150,10 +176,12 @@ private:
             return false;
         }
         if (allowed_ == nullptr) {
+            admitted_.insert(className);
             return true;
         }
         for (const auto& allowedClass : *allowed_) {
             if (VRNArchiveClassRegistry::isKindOf(className, allowedClass)) {
+                admitted_.insert(className);
                 return true;
             }
         }
@@ -178,14 +206,15 @@ private:
             return std::nullopt;
         }
         auto values = node.find(kValuesKey);
-        if (VRNArchiveClassRegistry::isKindOf(className, "NSString")) {
+        const Kind kind = kindOf(className);
+        if (kind == Kind::String) {
             if (values == node.end() || !values->is_string()) {
                 error_ = corrupt("malformed string for key '" + key + "'");
                 return std::nullopt;
             }
             return VRNArchiveValue(values->get<std::string>());
         }
-        if (VRNArchiveClassRegistry::isKindOf(className, "NSData")) {
+        if (kind == Kind::Data) {
             if (values == node.end() || !values->is_binary()) {
                 error_ = corrupt("malformed data for key '" + key + "'");
                 return std::nullopt;
@@ -193,7 +222,7 @@ private:
             // Moved out of the parsed document: a large attachment is not copied again.
             return VRNArchiveValue(VRNData(std::move(static_cast<VRNData&>(values->get_binary()))));
         }
-        if (VRNArchiveClassRegistry::isKindOf(className, "NSArray")) {
+        if (kind == Kind::Array) {
             auto items = node.find(kItemsKey);
             if (items == node.end() || !items->is_array()) {
                 error_ = corrupt("malformed array for key '" + key + "'");
@@ -222,7 +251,7 @@ private:
             }
             entries.emplace(entryKey, std::move(*value));
         }
-        if (VRNArchiveClassRegistry::isKindOf(className, "NSDictionary")) {
+        if (kind == Kind::Dictionary) {
             return VRNArchiveValue(std::move(entries));
         }
         auto factory = VRNArchiveClassRegistry::factory(className);
@@ -235,6 +264,8 @@ private:
     }
 
     const std::set<std::string>* allowed_;
+    std::set<std::string, std::less<>> admitted_;
+    std::map<std::string, Kind, std::less<>> kinds_;
     VRNErrorPtr error_;
 };
 

@@ -109,7 +109,7 @@ bool formValueIs(const std::string& sent, const std::string& expected) {
 
 // The file a multipart upload is being written to; removed unless it is kept.
 class IncomingFile {
-  public:
+public:
     explicit IncomingFile(std::filesystem::path path) : path_(std::move(path)) {
         file_ = std::fopen(path_.c_str(), "wb");
         if (file_ != nullptr) {
@@ -149,7 +149,7 @@ class IncomingFile {
         return kept_;
     }
 
-  private:
+private:
     std::filesystem::path path_;
     std::FILE* file_ = nullptr;
     std::size_t size_ = 0;
@@ -158,14 +158,14 @@ class IncomingFile {
 
 // An open file that the answer streams from; closed after the last piece went out.
 class OpenFile {
-  public:
+public:
     explicit OpenFile(int fd) : fd_(fd) {}
     ~OpenFile() { ::close(fd_); }
     OpenFile(const OpenFile&) = delete;
     OpenFile& operator=(const OpenFile&) = delete;
     int fd() const { return fd_; }
 
-  private:
+private:
     int fd_;
 };
 

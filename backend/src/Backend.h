@@ -31,7 +31,7 @@ struct BackendSettings {
 // application whose files these are; an upload with a token that has not named an
 // application yet is never refused as archived.
 class Backend {
-  public:
+public:
     static constexpr std::int64_t kTokenLifetimeSeconds = 3600;
 
     Backend(BackendSettings settings, Store& store);
@@ -41,7 +41,7 @@ class Backend {
     // Set before the server starts serving.
     void setFallbackHost(std::string hostAndPort) { fallbackHost_ = std::move(hostAndPort); }
 
-  private:
+private:
     struct Caller {
         std::string token;
         Store::Token info;

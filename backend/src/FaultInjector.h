@@ -13,7 +13,7 @@ namespace vorna::backend {
 // Faults that the tests of a client ask for: the next N requests to a path answer with a given
 // status, answer late, or lose their connection without any answer.
 class FaultInjector {
-  public:
+public:
     struct Fault {
         std::string path;   // without its leading slash; a trailing '*' matches a prefix
         int remaining = 1;  // requests still to be affected
@@ -34,7 +34,7 @@ class FaultInjector {
     std::optional<Fault> take(std::string_view path);
     nlohmann::json pending() const;
 
-  private:
+private:
     static bool matches(const Fault& fault, std::string_view path);
 
     mutable std::mutex mutex_;

@@ -52,7 +52,7 @@ void addressOf(const sockaddr_storage& addr, socklen_t len, std::string& ip, int
 // One accepted socket. Reads are buffered here; the header block of each request is copied
 // aside as it passes.
 class ConnectionStream final : public httplib::Stream, public Connection {
-  public:
+public:
     ConnectionStream(int fd, time_t readSec, time_t readUsec, time_t writeSec, time_t writeUsec)
         : fd_(fd),
           readSec_(readSec),
@@ -157,7 +157,7 @@ class ConnectionStream final : public httplib::Stream, public Connection {
     }
     socket_t socket() const override { return fd_; }
 
-  private:
+private:
     ssize_t receive(char* ptr, std::size_t size) {
         for (;;) {
             const ssize_t n = ::recv(fd_, ptr, size, 0);

@@ -9,7 +9,7 @@ namespace vorna::backend {
 
 // The connection that carries the request a handler is serving.
 class Connection {
-  public:
+public:
     virtual ~Connection() = default;
 
     // The request line and header lines of the current request, byte for byte as received,
@@ -31,7 +31,7 @@ class Connection {
     std::string streamedBodyHead;
     bool streamedBodyComplete = false;
 
-  protected:
+protected:
     std::string rawHead_;
     std::chrono::steady_clock::time_point requestStart_;
     bool dropped_ = false;
@@ -45,7 +45,7 @@ class Connection {
 // httplib would parse or refuse such bodies by their Content-Type, so the server hands
 // the header to the handlers under another name (see contentType()).
 class HttpServer : public httplib::Server {
-  public:
+public:
     HttpServer();
 
     // The connection of the request being served on the calling thread; nullptr elsewhere.
@@ -53,7 +53,7 @@ class HttpServer : public httplib::Server {
     // The Content-Type values of the request, joined by ", ", as the client sent them.
     static std::string contentType(const httplib::Request& request);
 
-  private:
+private:
     bool process_and_close_socket(socket_t sock) override;
 };
 

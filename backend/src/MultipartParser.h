@@ -11,7 +11,7 @@ namespace vorna::backend {
 // Parses a multipart/form-data body as it arrives, chunk by chunk, so that a file part of any
 // size flows to its sink without the body ever being held in memory.
 class MultipartParser {
-  public:
+public:
     struct Part {
         std::string name;      // the form field name
         std::string fileName;  // empty when the part has no filename parameter
@@ -41,7 +41,7 @@ class MultipartParser {
     const std::string& error() const { return error_; }
     std::size_t partCount() const { return partCount_; }
 
-  private:
+private:
     enum class State { Preamble, AfterDelimiter, Headers, Body, Done, Failed };
 
     bool fail(std::string message);

@@ -12,7 +12,7 @@ namespace vorna::backend {
 // The last requests that clients made, as they came over the wire, so that the tests of a
 // client can check what it really sent.
 class RequestJournal {
-  public:
+public:
     explicit RequestJournal(std::size_t capacity) : capacity_(capacity) {}
 
     // Stores the entry under the next sequence number ("seq"); the oldest entry goes when the
@@ -22,7 +22,7 @@ class RequestJournal {
     nlohmann::json list() const;
     void clear();
 
-  private:
+private:
     const std::size_t capacity_;
     mutable std::mutex mutex_;
     std::deque<nlohmann::json> entries_;

@@ -52,7 +52,7 @@ CREATE INDEX IF NOT EXISTS reports_by_bundle ON reports(bundle_id, id);
 
 // One prepared statement, finalised when it goes out of scope.
 class Statement {
-  public:
+public:
     Statement(sqlite3* db, const char* sql) : db_(db) {
         if (sqlite3_prepare_v2(db, sql, -1, &stmt_, nullptr) != SQLITE_OK) {
             throw StoreError(std::string("cannot prepare a query: ") + sqlite3_errmsg(db));
@@ -103,7 +103,7 @@ class Statement {
     bool isNull(int column) const { return sqlite3_column_type(stmt_, column) == SQLITE_NULL; }
     std::int64_t integer(int column) const { return sqlite3_column_int64(stmt_, column); }
 
-  private:
+private:
     void check(int rc) const {
         if (rc != SQLITE_OK) {
             throw StoreError(std::string("cannot bind a query value: ") + sqlite3_errmsg(db_));

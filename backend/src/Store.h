@@ -14,7 +14,7 @@ struct sqlite3;
 namespace vorna::backend {
 
 class StoreError : public std::runtime_error {
-  public:
+public:
     using std::runtime_error::runtime_error;
 };
 
@@ -22,7 +22,7 @@ class StoreError : public std::runtime_error {
 // applications, the branding, the index of uploaded files and the received reports.
 // One connection serves all request threads, one at a time.
 class Store {
-  public:
+public:
     struct Token {
         std::string clientId;
         std::optional<std::string> bundleId;  // the application this token last spoke for
@@ -88,7 +88,7 @@ class Store {
     std::vector<Report> reports(std::size_t limit, const std::string& bundleId);
     std::optional<Report> report(std::int64_t id);
 
-  private:
+private:
     explicit Store(sqlite3* db) : db_(db) {}
     void exec(const char* sql);
 

@@ -8,7 +8,7 @@ namespace vorna::backend {
 
 // Small text helpers shared by the request handlers, the report page and the journal.
 class Text {
-  public:
+public:
     // Decodes %XX escapes; a '%' not followed by two hex digits stays as it is, because
     // clients send form values without encoding them. With plusIsSpace, '+' becomes ' '.
     static std::string percentDecode(std::string_view text, bool plusIsSpace);

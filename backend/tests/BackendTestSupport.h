@@ -22,7 +22,7 @@ inline constexpr const char* kBundleId = "com.example.tester";
 
 // A backend of its own for every test, and a token of the test client.
 class BackendTest : public ::testing::Test {
-  public:
+public:
     // A clean stop: SIGTERM ends it with status 0, and a sanitizer build of the backend found
     // nothing to complain about.
     static void expectCleanStop(BackendProcess& process) {
@@ -33,7 +33,7 @@ class BackendTest : public ::testing::Test {
         EXPECT_EQ(log.find("runtime error"), std::string::npos) << log;
     }
 
-  protected:
+protected:
     void SetUp() override {
         backend_ =
             std::make_unique<BackendProcess>(VORNA_BACKEND_EXECUTABLE, kClientId, kClientSecret);

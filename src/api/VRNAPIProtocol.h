@@ -26,8 +26,7 @@ public:
     using EnabledCompletion = std::function<void(std::optional<bool> enabled)>;
     using BrandingCompletion =
         std::function<void(std::shared_ptr<VRNAPIBrandingResponse> response, VRNErrorPtr error)>;
-    using UploadCompletion =
-        std::function<void(std::optional<std::string> url, VRNErrorPtr error)>;
+    using UploadCompletion = std::function<void(std::optional<std::string> url, VRNErrorPtr error)>;
     using ReportCompletion = std::function<void(VRNErrorPtr error)>;
 
     virtual ~VRNAPIProtocol() = default;

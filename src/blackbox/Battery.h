@@ -11,7 +11,7 @@ namespace vorna {
 // One battery sample: the state word ("unknown", "unplugged", "charging", "full"), the charge
 // in percent as "%.3f" text, and the time of the sample.
 class Battery : public VRNBlackBoxObject {
-  public:
+public:
     // initWithStatus:level:timestamp:
     Battery(std::optional<std::string> status, std::optional<std::string> level,
             std::optional<std::string> timestamp);
@@ -27,7 +27,7 @@ class Battery : public VRNBlackBoxObject {
     const std::optional<std::string>& timestamp() const { return timestamp_; }
     void setTimestamp(std::optional<std::string> timestamp) { timestamp_ = std::move(timestamp); }
 
-  private:
+private:
     std::optional<std::string> status_;
     std::optional<std::string> level_;
     std::optional<std::string> timestamp_;

@@ -12,7 +12,7 @@ namespace vorna {
 // a radio technology the kit has no word for), the Wi-Fi network or carrier name (absent when
 // the carrier is unknown), and the time of the sample.
 class Network : public VRNBlackBoxObject {
-  public:
+public:
     // initWithType:name:timestamp:
     Network(std::optional<std::string> type, std::optional<std::string> name,
             std::optional<std::string> timestamp);
@@ -28,7 +28,7 @@ class Network : public VRNBlackBoxObject {
     const std::optional<std::string>& timestamp() const { return timestamp_; }
     void setTimestamp(std::optional<std::string> timestamp) { timestamp_ = std::move(timestamp); }
 
-  private:
+private:
     std::optional<std::string> type_;
     std::optional<std::string> name_;
     std::optional<std::string> timestamp_;

@@ -12,7 +12,7 @@ namespace vorna {
 // the value as text ("%.3f", an orientation word, a state code) and the time of the sample.
 // A record is filled once and then only read; it takes no lock.
 class Record : public VRNBlackBoxObject {
-  public:
+public:
     // initWithValue:timestamp:
     Record(std::optional<std::string> value, std::optional<std::string> timestamp);
     // A key missing from the archive leaves its field absent.
@@ -26,7 +26,7 @@ class Record : public VRNBlackBoxObject {
     const std::optional<std::string>& timestamp() const { return timestamp_; }
     void setTimestamp(std::optional<std::string> timestamp) { timestamp_ = std::move(timestamp); }
 
-  private:
+private:
     std::optional<std::string> value_;
     std::optional<std::string> timestamp_;
 };

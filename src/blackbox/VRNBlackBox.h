@@ -25,7 +25,7 @@ namespace vorna {
 // the timers are always made and ended on the run loop. Always owned by a std::shared_ptr (the
 // timers hold it weakly).
 class VRNBlackBox : public std::enable_shared_from_this<VRNBlackBox> {
-  public:
+public:
     using History = std::vector<VRNBlackBoxObjectPtr>;
 
     // None for the repository means the shared one; none for the run loop means the process's
@@ -79,7 +79,7 @@ class VRNBlackBox : public std::enable_shared_from_this<VRNBlackBox> {
     bool isHalfSecondTimerValid() const;
     bool isTwoSecondTimerValid() const;
 
-  private:
+private:
     struct Queues {
         std::shared_ptr<VRNQueue> cpu, memory, storage, battery, network, orientation;
     };

@@ -10,7 +10,7 @@ namespace vorna {
 // The common base of the black box's history elements (Record, Battery, Network). Secure
 // readers of the histories allow this one class and thereby all three.
 class VRNBlackBoxObject : public VRNCoding {
-  public:
+public:
     static bool supportsSecureCoding() { return true; }
 
     std::string archiveClassName() const override { return "VRNBlackBoxObject"; }

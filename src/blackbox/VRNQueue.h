@@ -17,7 +17,7 @@ namespace vorna {
 // under the queue's key in the host's defaults. A new queue over a key starts with what was
 // stored there.
 class VRNQueue {
-  public:
+public:
     // initWithCapacity:key:. A capacity of 0 or less holds one element. None for the repository
     // means the shared one.
     VRNQueue(int32_t capacity, std::string key,
@@ -39,7 +39,7 @@ class VRNQueue {
     std::string key() const;
     void setKey(std::string key);
 
-  private:
+private:
     const int32_t numberOfElements_;
     VRNArchiveValue::Array queue_;
     std::shared_ptr<VRNAppRepository> repository_;

@@ -16,7 +16,7 @@ namespace vorna {
 // to the background. Becoming active again is not recorded. The history spans launches and is
 // never erased; the black box switch does not touch it.
 class VRNSessionReporter {
-  public:
+public:
     // Reloads the stored history, observes the life-cycle notifications, and records "0".
     // None for the repository means the shared one.
     explicit VRNSessionReporter(
@@ -39,7 +39,7 @@ class VRNSessionReporter {
     const std::shared_ptr<VRNQueue>& sessionQueue() const { return sessionQueue_; }
     const std::shared_ptr<VRNAppRepository>& repository() const { return repository_; }
 
-  private:
+private:
     void addObservers();
 
     const std::shared_ptr<VRNAppRepository> repository_;

@@ -464,7 +464,7 @@ void forEachAttribute(const uint8_t* bytes, size_t length, Visitor&& visit) {
 }
 
 class NetlinkSocket {
-  public:
+public:
     NetlinkSocket() : fd_(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_GENERIC)) {
         if (fd_ >= 0) {
             // The sampler runs on the main thread: a kernel that does not answer must not
@@ -520,7 +520,7 @@ class NetlinkSocket {
         }
     }
 
-  private:
+private:
     int fd_;
     uint32_t sequence_ = 0;
 };

@@ -31,7 +31,7 @@ struct VRNThreadCPUUsage {
 };
 
 class VRNThreadCPUProbe {
-  public:
+public:
     virtual ~VRNThreadCPUProbe() = default;
     // Every thread of the process with its use since the previous call (the first call measures
     // since the probe was made), or nothing when the thread list cannot be read. Each call ends
@@ -44,7 +44,7 @@ class VRNThreadCPUProbe {
 // directory and the stat files (of the first few hundred threads) stay open between calls and
 // are re-read in place, so a sample costs one directory listing and one pread per thread.
 class VRNProcThreadCPUProbe : public VRNThreadCPUProbe {
-  public:
+public:
     using Clock = std::function<double()>;  // seconds, monotonic
 
     explicit VRNProcThreadCPUProbe(std::filesystem::path taskDirectory = "/proc/self/task",
@@ -55,7 +55,7 @@ class VRNProcThreadCPUProbe : public VRNThreadCPUProbe {
 
     std::optional<std::vector<VRNThreadCPUUsage>> sampleThreads() override;
 
-  private:
+private:
     struct Thread {
         int fd = -1;
         uint64_t ticks = 0;
@@ -91,7 +91,7 @@ struct VRNHostMemoryStatistics {
 };
 
 class VRNMemoryProbe {
-  public:
+public:
     virtual ~VRNMemoryProbe() = default;
     // Resident size of this process, in bytes.
     virtual std::optional<uint64_t> residentSize() = 0;
@@ -102,7 +102,7 @@ class VRNMemoryProbe {
 
 // <procRoot>/self/statm (resident pages × page size) and <procRoot>/meminfo.
 class VRNProcMemoryProbe : public VRNMemoryProbe {
-  public:
+public:
     explicit VRNProcMemoryProbe(std::filesystem::path procRoot = "/proc", long pageSize = 0);
     ~VRNProcMemoryProbe() override;
     VRNProcMemoryProbe(const VRNProcMemoryProbe&) = delete;
@@ -112,7 +112,7 @@ class VRNProcMemoryProbe : public VRNMemoryProbe {
     std::optional<uint64_t> physicalMemory() override;
     std::optional<VRNHostMemoryStatistics> hostStatistics() override;
 
-  private:
+private:
     const std::filesystem::path procRoot_;
     const uint64_t pageSize_;
     std::mutex mutex_;
@@ -127,7 +127,7 @@ struct VRNFileSystemAttributes {
 };
 
 class VRNFileSystemProbe {
-  public:
+public:
     virtual ~VRNFileSystemProbe() = default;
     // The volume that holds `path`; a path not created yet is measured on the volume of its
     // nearest existing ancestor, where it will be created.
@@ -137,7 +137,7 @@ class VRNFileSystemProbe {
 
 // statvfs(3).
 class VRNStatvfsFileSystemProbe : public VRNFileSystemProbe {
-  public:
+public:
     std::optional<VRNFileSystemAttributes> attributesOfFileSystemForPath(
         const std::filesystem::path& path) override;
 };
@@ -158,7 +158,7 @@ struct VRNBatteryReading {
 };
 
 class VRNBatteryProbe {
-  public:
+public:
     virtual ~VRNBatteryProbe() = default;
     // A device without a battery reads unknown, -1.
     virtual VRNBatteryReading batteryReading() = 0;
@@ -167,19 +167,19 @@ class VRNBatteryProbe {
 // The first battery of the system under <powerSupplyDirectory> (type "Battery", not a
 // peripheral's), its "status" and "capacity" (or energy/charge now ÷ full).
 class VRNSysfsBatteryProbe : public VRNBatteryProbe {
-  public:
+public:
     explicit VRNSysfsBatteryProbe(
         std::filesystem::path powerSupplyDirectory = "/sys/class/power_supply");
     VRNBatteryReading batteryReading() override;
 
-  private:
+private:
     const std::filesystem::path directory_;
 };
 
 // --- networks ---------------------------------------------------------------------------------
 
 class VRNWiFiProbe {
-  public:
+public:
     virtual ~VRNWiFiProbe() = default;
     // The network name of the first wireless interface, or nothing when there is no wireless
     // interface or it is not associated.
@@ -189,7 +189,7 @@ class VRNWiFiProbe {
 // nl80211 over a raw generic-netlink socket: the interface dump lists the wireless interfaces
 // in the kernel's order, each with the SSID it is associated with.
 class VRNNl80211WiFiProbe : public VRNWiFiProbe {
-  public:
+public:
     std::optional<std::string> currentSSID() override;
 
     // Reads the SSID of the first interface from the replies of an nl80211 interface dump
@@ -219,7 +219,7 @@ inline constexpr const char* VRNRadioAccessTechnologyLTE = "CTRadioAccessTechnol
 // of the VRNRadioAccessTechnology texts). A machine without a modem service answers nothing;
 // a host that knows its modem installs its own provider.
 class VRNTelephonyProvider {
-  public:
+public:
     virtual ~VRNTelephonyProvider() = default;
     virtual std::optional<std::string> carrierName() { return std::nullopt; }
     virtual std::optional<std::string> currentRadioAccessTechnology() { return std::nullopt; }

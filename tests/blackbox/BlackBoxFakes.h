@@ -65,7 +65,7 @@ struct FakeDevice : VRNThreadCPUProbe,
     // The device the samplers read; it refers to this fake, which must outlive it.
     std::shared_ptr<VRNSamplerDevice> device = make();
 
-  private:
+private:
     std::shared_ptr<VRNSamplerDevice> make() {
         auto d = std::make_shared<VRNSamplerDevice>();
         const auto self = std::shared_ptr<FakeDevice>(std::shared_ptr<void>(), this);

@@ -21,7 +21,7 @@ std::string valueAt(const std::optional<VRNBlackBox::History>& history, size_t i
 }
 
 class BlackBox : public testing::Test {
-  protected:
+protected:
     std::shared_ptr<VRNBlackBox> makeRecorder(std::shared_ptr<VRNAppRepository> repository) {
         return std::make_shared<VRNBlackBox>(std::move(repository), loop, fake.device);
     }
@@ -144,7 +144,7 @@ TEST_F(BlackBox, DiskSpaceHistoryReadsTheStorageKey) {
 }
 
 class Intruder : public VRNCoding {
-  public:
+public:
     std::string archiveClassName() const override { return "BlackBoxTestIntruder"; }
     void encodeWithCoder(VRNCoder&) const override {}
 };

@@ -40,7 +40,7 @@ std::vector<std::string> stored(const VRNAppRepository& repository, const std::s
 }
 
 class Queue : public testing::Test {
-  protected:
+protected:
     TempRepository store;
 };
 
@@ -90,7 +90,7 @@ TEST_F(Queue, NothingPushedChangesNothing) {
 }
 
 class Unencodable : public VRNCoding {
-  public:
+public:
     std::string archiveClassName() const override { return "Unencodable"; }
     void encodeWithCoder(VRNCoder&) const override { throw std::runtime_error("cannot encode"); }
 };

@@ -7,7 +7,7 @@ namespace vorna {
 namespace {
 
 class Samplers : public testing::Test {
-  protected:
+protected:
     test::FakeDevice fake;
     VRNSamplerDevice& device = *fake.device;
 };

@@ -17,7 +17,7 @@ std::vector<std::string> codes(const std::vector<RecordPtr>& history) {
 }
 
 class SessionReporter : public testing::Test {
-  protected:
+protected:
     test::TempRepository store;
     VRNNotificationCenter center;
 };

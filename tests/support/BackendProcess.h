@@ -96,7 +96,7 @@ struct BackendFault {
 };
 
 class BackendProcess {
-  public:
+public:
     struct Options {
         std::string executable;
         std::vector<std::pair<std::string, std::string>> clients;  // id, secret
@@ -311,7 +311,7 @@ class BackendProcess {
     nlohmann::json requests() const { return admin("GET", "/admin/requests").json(); }
     void clearRequests() const { admin("DELETE", "/admin/requests"); }
 
-  private:
+private:
     void start() {
         int out[2];
         if (::pipe2(out, O_CLOEXEC) != 0) {

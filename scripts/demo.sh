@@ -30,7 +30,7 @@ echo "$(head -1 build/demo-backend.out)"
 attachment=build/demo-attachment.log
 { date; uname -a; echo "The demo's attachment: any file a host wants to send along."; } > "$attachment"
 build/examples/vorna-report/vorna-report --description "Demo report: the save button does nothing" \
-    --attach "$attachment" --timeout "${VORNA_DEMO_TIMEOUT:-60}"
+    --attach "$attachment" --delay "${VORNA_DEMO_DELAY:-5}" --timeout "${VORNA_DEMO_TIMEOUT:-60}"
 
 echo
 echo "The report is on the backend's page: http://127.0.0.1:8642/"

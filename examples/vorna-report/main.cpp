@@ -1,8 +1,10 @@
 // A host without a screen that sends one report and waits until the backend has it:
 //
-//   vorna-report [--info-plist PATH] [--description TEXT] [--attach FILE]... [--timeout SECONDS]
+//   vorna-report [--info-plist PATH] [--description TEXT] [--attach FILE]... [--delay SECONDS]
+//                [--timeout SECONDS]
 //
-// It starts the kit, waits for the kit to be authorized, sends an auto-report (with the white
+// It starts the kit, waits for the kit to be authorized (and --delay seconds more, so that the
+// black box has a history to send), sends an auto-report (with the white
 // placeholder screenshot, as reports without screens carry) and the files given, and exits 0
 // once the upload round has ended with every saved report accepted — or 1 after the time-out,
 // saying what it was still waiting for.
@@ -27,7 +29,7 @@ std::atomic<bool> archived{false};
 void usage(const char* program) {
     std::fprintf(stderr,
                  "usage: %s [--info-plist PATH] [--description TEXT] [--attach FILE]... "
-                 "[--timeout SECONDS]\n",
+                 "[--delay SECONDS] [--timeout SECONDS]\n",
                  program);
 }
 
@@ -37,6 +39,7 @@ int main(int argc, char** argv) {
     std::string description = "Sent by vorna-report";
     std::vector<std::shared_ptr<vorna::VRNVornaFile>> attachments;
     double timeout = 60;
+    double delaySeconds = 0;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--info-plist" && i + 1 < argc) {
@@ -51,6 +54,8 @@ int main(int argc, char** argv) {
                 return 2;
             }
             attachments.push_back(std::move(file));
+        } else if (arg == "--delay" && i + 1 < argc) {
+            delaySeconds = std::atof(argv[++i]);
         } else if (arg == "--timeout" && i + 1 < argc) {
             timeout = std::atof(argv[++i]);
         } else {
@@ -97,6 +102,7 @@ int main(int argc, char** argv) {
                                 "not sent (is the backend running, are the credentials right?)");
         return 1;
     }
+    std::this_thread::sleep_for(std::chrono::duration<double>(delaySeconds));
     vorna::VRNVorna::autoReportWithDescription(description);
     if (!waitFor(accepted)) {
         std::fprintf(stderr, "vorna-report: %s\n",

@@ -235,10 +235,15 @@ void VRNAPI::sendReport(std::shared_ptr<VRNAPIReport> report, ReportCompletion o
     if (answers->screenshotUrl && answers->fileUrls.size() == files.size()) {
         sendReportPrivate(report, answers->screenshotUrl, answers->fileUrls,
                           std::move(onCompletion));
-    } else if (onCompletion) {
+    } else {
         // The error of whichever upload answered last, even when that one succeeded: the
-        // report was not posted either way, and the caller treats it as a failure.
-        onCompletion(answers->lastError);
+        // report was not posted either way, and the report says so for the caller.
+        if (report) {
+            report->setNotPosted(true);
+        }
+        if (onCompletion) {
+            onCompletion(answers->lastError);
+        }
     }
 }
 

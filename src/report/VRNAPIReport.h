@@ -39,6 +39,12 @@ public:
     const Files& files() const { return files_; }
     void setFiles(Files files) { files_ = std::move(files); }
 
+    // Set by the backend client when it did not post the document because not every file of
+    // the report was uploaded, also where the last upload to answer gave no error: such a
+    // report was not delivered, and its sender must keep it.
+    bool notPosted() const { return notPosted_; }
+    void setNotPosted(bool notPosted) { notPosted_ = notPosted; }
+
     // The fields keep each value exactly as it was gathered: the battery's status and level and
     // the available disk space are text, the used disk space and the memory figures numbers,
     // and so they travel in the document.
@@ -57,6 +63,7 @@ private:
     std::shared_ptr<VRNAPIReportFileProtocol> screenshotFile_;
     Files files_;
     std::optional<nlohmann::json> document_;
+    bool notPosted_ = false;
 };
 
 }  // namespace vorna

@@ -25,10 +25,24 @@ bool isDeletable(const std::filesystem::path& path) {
     return ::access(path.parent_path().c_str(), W_OK | X_OK) == 0;
 }
 
+// Makes a folder's list of entries durable: a file renamed into it, or a folder made in it,
+// survives a power cut only once the folder itself is synced.
+void syncDirectory(const std::filesystem::path& folder) {
+    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (dir >= 0) {
+        ::fsync(dir);
+        ::close(dir);
+    }
+}
+
 // Writes the bytes under a temporary name in the same folder, syncs them, gives the file its
 // name and syncs the folder: the report is on disk whole or not at all.
 bool writeAtomically(const std::filesystem::path& path, const VRNData& bytes) {
-    const auto temporary = path.parent_path() / ("." + path.filename().string() + ".partial");
+    // Appended piece by piece: GCC 12 at -O3 reports a false overlap for "." + name.
+    std::string hidden = ".";
+    hidden += path.filename().string();
+    hidden += ".partial";
+    const auto temporary = path.parent_path() / hidden;
     const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd < 0) {
         return false;
@@ -54,11 +68,7 @@ bool writeAtomically(const std::filesystem::path& path, const VRNData& bytes) {
         ::unlink(temporary.c_str());
         return false;
     }
-    const int dir = ::open(path.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dir >= 0) {
-        ::fsync(dir);
-        ::close(dir);
-    }
+    syncDirectory(path.parent_path());
     return true;
 }
 
@@ -97,9 +107,23 @@ std::optional<std::filesystem::path> VRNFileManager::vornaSavedFolder() {
     std::error_code ec;
     if (!std::filesystem::exists(folder, ec)) {
         VRNLog("VRNFileManager: Need to create target directory at %s", folder.c_str());
+        // The folders made here (Documents too, on a first run) are synced into their parents,
+        // so the first report saved in them does not vanish with them after a power cut.
+        std::vector<std::filesystem::path> made;
+        for (auto missing = folder; !missing.empty() && !std::filesystem::exists(missing, ec);
+             missing = missing.parent_path()) {
+            made.push_back(missing);
+            if (missing == missing.parent_path()) {
+                break;
+            }
+        }
         std::filesystem::create_directories(folder, ec);
         if (ec) {
             VRNLog("VRNFileManager: Error creating target directory: (error)");
+        } else {
+            for (const auto& created : made) {
+                syncDirectory(created.parent_path());
+            }
         }
     } else {
         VRNLog("VRNFileManager: Existing target directory at %s", folder.c_str());

@@ -33,12 +33,14 @@ void VRNVornaUploadOperation::main() {
     // The semaphore is shared with the completion, which may run after this operation is gone
     // if the client answers more than once.
     auto semaphore = semaphore_;
-    api_->sendReport(report, [this, semaphore, name](VRNErrorPtr error) {
-        if (error) {
+    api_->sendReport(report, [this, semaphore, name, report](VRNErrorPtr error) {
+        // A report whose files did not all upload was not posted, even when the last upload to
+        // answer gave no error: that is a failure too, so the job stays on disk.
+        if (error || report->notPosted()) {
             uploadedSuccessfully_ = false;
-            uploadErrorCode_ = error->code;
+            uploadErrorCode_ = error ? error->code : 0;
             VRNLog("VRNVornaUploadOperation: operation completed %s with error %s", name.c_str(),
-                   error->localizedDescription.c_str());
+                   error ? error->localizedDescription.c_str() : "(null)");
         } else {
             VRNLog("VRNVornaUploadOperation: operation completed %s", name.c_str());
             uploadedSuccessfully_ = true;

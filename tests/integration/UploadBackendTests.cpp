@@ -2,11 +2,18 @@
 // temporary Documents folder, the libcurl client, and retries on virtual time.
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <set>
 #include <thread>
 
 #include "api/VRNAPI.h"
 #include "platform/VRNBundle.h"
+#include "platform/VRNKeyedArchive.h"
 #include "platform/VRNVirtualRunLoop.h"
 #include "report/VRNReportGathering.h"
 #include "state/VRNAppRepository.h"
@@ -22,6 +29,12 @@ namespace {
 
 constexpr const char* kBundleId = "org.vorna.tests.upload";
 const std::string kReportPath = std::string("api/1.0/issue_tracking/apps/") + kBundleId;
+
+long peakResidentKilobytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
 
 class UploadAgainstBackend : public testing::Test {
 protected:
@@ -200,6 +213,119 @@ TEST_F(UploadAgainstBackend, UnauthorizedClientKeepsTheReportAndQueuesNothing) {
     EXPECT_EQ(store->savedReports().size(), 1u);
     EXPECT_FALSE(timerRunning);
     EXPECT_TRUE(backend.reports().empty());
+}
+
+TEST_F(UploadAgainstBackend, AReportWhoseScreenshotUploadFailedStaysForTheNextRound) {
+    // The files endpoint answers 500 without an address: the client posts nothing and has no
+    // error to give, which must not count as delivered.
+    backend.injectFault("api/1.0/files", 1, test::BackendFault::withStatus(500));
+    startUploader();
+    uploader->uploadData(report("screenshot refused"));
+    ASSERT_TRUE(until("VRNUploader - Will retry upload operation after 10"));
+    loop->drain();
+    EXPECT_TRUE(backend.reports().empty());
+    const auto saved = store->savedReports();
+    ASSERT_EQ(saved.size(), 1u);
+    EXPECT_TRUE(log.contains("VRNUploader: Upload failed, not removing job id " + saved[0]));
+
+    loop->advance(10);
+    ASSERT_TRUE(until("VRNUploader: All upload operations completed succesfully"));
+    EXPECT_TRUE(store->savedReports().empty());
+    ASSERT_EQ(backend.reports().size(), 1u);
+    EXPECT_EQ(backend.reports()[0]["description"], "screenshot refused");
+}
+
+TEST_F(UploadAgainstBackend, UnreadableSavedReportsStayWhileTheOthersGoOut) {
+    ASSERT_TRUE(store->saveDataForReportData(report("first")));
+    const auto truncated = store->saveDataForReportData(report("truncated"));
+    ASSERT_TRUE(store->saveDataForReportData(report("second")));
+    const auto folder = dir / "Documents" / VornaSavedDirectory;
+    const auto truncatedPath = folder / (*truncated + VornaFileExtension);
+    std::filesystem::resize_file(truncatedPath, std::filesystem::file_size(truncatedPath) / 3);
+    const std::string garbage = "0A1B2C3D-0000-4000-8000-00000000DEAD";
+    std::ofstream(folder / (garbage + VornaFileExtension)) << "not an archive at all";
+    // A well-formed archive whose root is not a report: a dictionary, allowed by itself.
+    const std::string foreign = "0A1B2C3D-0000-4000-8000-00000000BEEF";
+    const VRNData dictionaryArchive = VRNKeyedArchiver::archivedDataWithRootObject(
+        VRNArchiveValue(VRNArchiveValue::Dictionary{{kVRNUserInput, "not a report"}}));
+    std::ofstream(folder / (foreign + VornaFileExtension), std::ios::binary)
+        .write(reinterpret_cast<const char*>(dictionaryArchive.data()),
+               static_cast<std::streamsize>(dictionaryArchive.size()));
+
+    startUploader();
+    ASSERT_TRUE(until("VRNUploader: All upload operations completed succesfully"));
+    EXPECT_TRUE(log.contains("VRNUploader: Got 5 offline jobs to process"));
+    for (const auto& id : {*truncated, garbage, foreign}) {
+        EXPECT_TRUE(log.contains("VRNUploader: Failed to fetch data for " + id)) << id;
+    }
+    std::set<std::string> delivered;
+    for (const auto& received : backend.reports()) {
+        delivered.insert(received["description"].get<std::string>());
+    }
+    EXPECT_EQ(delivered, (std::set<std::string>{"first", "second"}));
+    auto left = store->savedReports();
+    std::sort(left.begin(), left.end());
+    std::vector<std::string> unreadable{*truncated, garbage, foreign};
+    std::sort(unreadable.begin(), unreadable.end());
+    EXPECT_EQ(left, unreadable) << "an unreadable report is never deleted by the uploader";
+
+    // Every later round skips them again and still deletes nothing.
+    log.clear();
+    center.post(VRNApplicationWillEnterForegroundNotification);
+    ASSERT_TRUE(loop->drainUntil(
+        [&] { return log.count("VRNUploader: Failed to fetch data for " + foreign) == 1; }));
+    uploader->waitUntilIdle();
+    EXPECT_EQ(store->savedReports().size(), 3u);
+    EXPECT_FALSE(log.contains("VRNUploader: Adding operation to queue for job id " + foreign));
+}
+
+TEST_F(UploadAgainstBackend, AHundredMegabyteAttachmentArrivesWhole) {
+    VRNVornaFile::Bytes bytes(100u << 20);
+    uint64_t state = 0x9E3779B97F4A7C15ull;
+    for (auto& byte : bytes) {
+        state ^= state << 13;
+        state ^= state >> 7;
+        state ^= state << 17;
+        byte = static_cast<uint8_t>(state);
+    }
+    const auto attachment = dir / "core.dump";
+    std::ofstream(attachment, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    auto data = report("with a core dump");
+    const long rssBefore = peakResidentKilobytes();
+    auto file = VRNVornaFile::initWithFileURL(attachment);
+    ASSERT_NE(file, nullptr);
+    data->setAttachedFiles(VRNVornaReportData::Files{file});
+    file.reset();
+    startUploader();
+    uploader->uploadData(std::move(data));
+    ASSERT_TRUE(loop->drainUntil(
+        [&] { return log.contains("VRNUploader: All upload operations completed succesfully"); },
+        std::chrono::minutes(5)));
+    const long rssAfter = peakResidentKilobytes();
+    EXPECT_TRUE(store->savedReports().empty());
+
+    const auto received = backend.reports();
+    ASSERT_EQ(received.size(), 1u);
+    const auto& files = received[0]["document"]["files"];
+    ASSERT_EQ(files.size(), 1u);
+    // ".../files/<id>/core.dump": the backend keeps the bytes under files/<id>.
+    const std::string url = files[0]["url"];
+    ASSERT_TRUE(url.ends_with("/core.dump")) << url;
+    const std::string withoutName = url.substr(0, url.rfind('/'));
+    const std::string id = withoutName.substr(withoutName.rfind('/') + 1);
+    const auto stored = backend.dataDir() / "files" / id;
+    ASSERT_EQ(std::filesystem::file_size(stored), bytes.size());
+    std::ifstream in(stored, std::ios::binary);
+    VRNVornaFile::Bytes back(bytes.size());
+    in.read(reinterpret_cast<char*>(back.data()), static_cast<std::streamsize>(back.size()));
+    EXPECT_TRUE(back == bytes);
+    // Peak resident memory of the whole test process while the report was saved, loaded into
+    // the upload form and sent (the attachment itself is 100 MB).
+    RecordProperty("peak_rss_growth_mb", std::to_string((rssAfter - rssBefore) / 1024));
+    std::printf("[ measure  ] 100 MB attachment: peak resident memory grew by %ld MB\n",
+                (rssAfter - rssBefore) / 1024);
 }
 
 }  // namespace

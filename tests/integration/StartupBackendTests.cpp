@@ -2,7 +2,9 @@
 // enabled check, the archived answer and the retry after a failed token request.
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <set>
+#include <thread>
 
 #include "api/VRNAPI.h"
 #include "connectivity/VRNConnection.h"
@@ -85,11 +87,18 @@ TEST_F(StartupAgainstBackend, AuthorizesRegistersThenChecksTheApplication) {
     EXPECT_TRUE(repository->applicationActive());
 
     // On the wire: registration and the enabled check for the host's bundle. They travel at the
-    // same time on two connections, so the backend may see either first.
+    // same time on two connections, so the backend may see either first, and it may still be
+    // writing the second into its journal when the kit has read both answers.
     std::set<std::string> bodies;
-    for (const auto& request : backend.requests()) {
-        if (request.value("path", "") == "/api/1.0/issue_tracking/apps") {
-            bodies.insert(nlohmann::json::parse(request.value("body", "")).dump());
+    for (int attempt = 0; attempt < 1000 && bodies.size() < 2; ++attempt) {
+        if (attempt > 0) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        bodies.clear();
+        for (const auto& request : backend.requests()) {
+            if (request.value("path", "") == "/api/1.0/issue_tracking/apps") {
+                bodies.insert(nlohmann::json::parse(request.value("body", "")).dump());
+            }
         }
     }
     const std::set<std::string> expected{

@@ -14,6 +14,8 @@ namespace vorna {
 
 class VRNAPIProtocol;
 class VRNAppRepository;
+class VRNBranding;
+class VRNBrandingService;
 class VRNConnection;
 class VRNFileManagerProtocol;
 class VRNNotificationCenter;
@@ -104,6 +106,9 @@ public:
     const std::shared_ptr<VRNAPIProtocol>& api() const { return api_; }
     const std::shared_ptr<VRNAppRepository>& appRepository() const { return appRepository_; }
     std::shared_ptr<VRNTimer> timer() const;
+    // The look of the report screens: empty until the first report flow opens, then a fresh
+    // built-in record each time one opens.
+    std::shared_ptr<VRNBranding> branding() const;
 
     // A UI layer installs how the report flow is built; without one, display() opens nothing.
     static void setCoordinatorFactory(CoordinatorFactory factory);
@@ -122,6 +127,7 @@ private:
     VRNNotificationCenter& center_;
     FileManagerFactory makeFileManager_;
     UploaderFactory makeUploader_;
+    std::shared_ptr<VRNBrandingService> brandingService_;
 
     mutable std::mutex mutex_;
     PrepareDataHook onPrepareData_;

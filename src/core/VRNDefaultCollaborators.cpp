@@ -61,8 +61,6 @@ void VRNStartSessionReporter() {
     (void)VRNSessionReporter::sharedInstance();
 }
 
-void VRNStartBrandingService() {}
-
 std::shared_ptr<VRNFileManagerProtocol> VRNMakeDefaultFileManager() {
     return std::make_shared<VRNFileManager>();
 }

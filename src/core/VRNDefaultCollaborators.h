@@ -39,9 +39,6 @@ std::shared_ptr<VRNUploaderProtocol> VRNMakeDefaultUploader(
 // installs a capture that answers the JPEG bytes of the application's windows.
 void VRNSetScreenshotCapture(std::function<std::optional<std::vector<uint8_t>>()> capture);
 
-// Installs a fresh default branding when a report flow opens.
-void VRNStartBrandingService();
-
 // A report made without screens: gathered now, passed through the host's hook, with the
 // description under "VRN_UserInput" and a screenshot file (a captured one, or a white pixel).
 std::shared_ptr<VRNVornaReportData> VRNMakeAutoReportData(

@@ -13,6 +13,8 @@
 #include "state/VRNInfoPlist.h"
 #include "storage/VRNFileManagerProtocol.h"
 #include "storage/VRNUploaderProtocol.h"
+#include "theme/VRNBranding.h"
+#include "theme/VRNBrandingService.h"
 
 namespace vorna {
 namespace {
@@ -58,7 +60,8 @@ VRNVorna::VRNVorna(Dependencies deps)
       center_(deps.notificationCenter ? *deps.notificationCenter
                                       : VRNNotificationCenter::defaultCenter()),
       makeFileManager_(std::move(deps.makeFileManager)),
-      makeUploader_(std::move(deps.makeUploader)) {
+      makeUploader_(std::move(deps.makeUploader)),
+      brandingService_(std::make_shared<VRNBrandingService>()) {
     VRNRegisterKitResources();
 }
 
@@ -293,7 +296,7 @@ void VRNVorna::display() {
         std::lock_guard lock(mutex_);
         coordinator_ = created;
     }
-    VRNStartBrandingService();
+    brandingService_->start();
     created->start();
     std::weak_ptr<VRNVorna> weak = weak_from_this();
     created->setOnCoordinatorFinish([weak] {
@@ -381,6 +384,10 @@ void VRNVorna::setStarter(std::shared_ptr<VRNStarterProtocol> newStarter) {
 std::shared_ptr<VRNTimer> VRNVorna::timer() const {
     std::lock_guard lock(mutex_);
     return timer_;
+}
+
+std::shared_ptr<VRNBranding> VRNVorna::branding() const {
+    return brandingService_->branding();
 }
 
 void VRNVorna::cancelTimer() {

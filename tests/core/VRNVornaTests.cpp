@@ -13,6 +13,7 @@
 #include "support/FakeReachability.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
+#include "theme/VRNBranding.h"
 #include "vorna/Vorna.h"
 
 namespace vorna {
@@ -265,7 +266,8 @@ public:
     std::function<void()> finish;
 };
 
-TEST_F(VRNVornaTest, DisplayBuildsOneFlowAtATime) {
+TEST_F(VRNVornaTest, DisplayBuildsOneFlowAtATimeEachWithAFreshBranding) {
+    EXPECT_EQ(vorna->branding(), nullptr);
     std::vector<std::shared_ptr<CountingCoordinator>> made;
     VRNVorna::setCoordinatorFactory([&](auto, auto repo) {
         EXPECT_EQ(repo, repository);
@@ -273,6 +275,9 @@ TEST_F(VRNVornaTest, DisplayBuildsOneFlowAtATime) {
         return made.back();
     });
     vorna->display();
+    const auto firstLook = vorna->branding();
+    ASSERT_NE(firstLook, nullptr);
+    firstLook->setSlogan(std::string("changed by a screen"));
     vorna->display();
     ASSERT_EQ(made.size(), 1u);
     EXPECT_EQ(made[0]->starts, 1);
@@ -280,6 +285,9 @@ TEST_F(VRNVornaTest, DisplayBuildsOneFlowAtATime) {
     EXPECT_EQ(vorna->coordinator(), nullptr);
     vorna->display();
     EXPECT_EQ(made.size(), 2u);
+    // The second flow is drawn with the built-in look again, not what the first one changed.
+    ASSERT_NE(vorna->branding(), firstLook);
+    EXPECT_EQ(vorna->branding()->slogan(), VRNBranding().slogan());
     VRNVorna::setCoordinatorFactory(nullptr);
 }
 

@@ -37,12 +37,13 @@ VRNImage VRNImage::filled(double widthPoints, double heightPoints, double scale,
                           uint8_t green, uint8_t blue, uint8_t alpha) {
     const int width = std::max(0, static_cast<int>(std::lround(widthPoints * scale)));
     const int height = std::max(0, static_cast<int>(std::lround(heightPoints * scale)));
+    const auto premultiplied = [alpha](uint8_t channel) {
+        return static_cast<uint8_t>((channel * alpha + 127) / 255);
+    };
+    const uint8_t pixel[4] = {premultiplied(red), premultiplied(green), premultiplied(blue), alpha};
     std::vector<uint8_t> pixels(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
     for (size_t i = 0; i < pixels.size(); i += 4) {
-        pixels[i] = red;
-        pixels[i + 1] = green;
-        pixels[i + 2] = blue;
-        pixels[i + 3] = alpha;
+        std::copy(pixel, pixel + 4, pixels.begin() + static_cast<std::ptrdiff_t>(i));
     }
     return VRNImage(width, height, scale, std::move(pixels));
 }

@@ -9,13 +9,15 @@
 namespace vorna {
 
 // A bitmap: RGBA8 pixels, row after row with no padding, and the scale of the screen it was
-// made for (pixels per point).
+// made for (pixels per point). Colour channels are premultiplied by alpha, as in the bitmap
+// contexts the screens are drawn into, so a fully transparent pixel is all zeros.
 class VRNImage {
 public:
     VRNImage() = default;
     VRNImage(int width, int height, double scale, std::vector<uint8_t> rgba);
 
-    // A bitmap of width × height points at the given scale, every pixel the one colour.
+    // A bitmap of width × height points at the given scale, every pixel the one colour (given
+    // unpremultiplied).
     static VRNImage filled(double widthPoints, double heightPoints, double scale, uint8_t red,
                            uint8_t green, uint8_t blue, uint8_t alpha = 255);
 

@@ -26,3 +26,14 @@ execute_process(COMMAND ${WORK_DIR}/build/vorna_consumer RESULT_VARIABLE rc OUTP
 if(NOT rc EQUAL 0 OR NOT out MATCHES "consumer ok")
     message(FATAL_ERROR "the consumer did not run: ${rc} ${out}")
 endif()
+if(EXISTS ${WORK_DIR}/build/vorna_qt_consumer)
+    # The Qt host runs offscreen, with the kit's stored settings kept in the work folder.
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
+                            XDG_DATA_HOME=${WORK_DIR}/data ${WORK_DIR}/build/vorna_qt_consumer
+                    RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+    if(NOT rc EQUAL 0 OR NOT out MATCHES "qt consumer ok")
+        message(FATAL_ERROR "the Qt consumer did not run: ${rc} ${out}")
+    endif()
+elseif(EXPECT_QT)
+    message(FATAL_ERROR "the kit was built with its Qt layer, but the consumer found no Vorna::vorna_qt")
+endif()

@@ -1,0 +1,189 @@
+#include "qt/invocation/VRNFloatingButtonWindow.h"
+
+#include <QCoreApplication>
+#include <QMouseEvent>
+#include <QRegion>
+#include <QWheelEvent>
+#include <QWindow>
+
+#include "qt/invocation/VRNFloatingButtonVC.h"
+#include "qt/invocation/VRNFloatingButtonView.h"
+#include "qt/platform/VRNWindowStack.h"
+
+namespace vorna {
+
+VRNFloatingButtonWindow::VRNFloatingButtonWindow(QWidget* parent)
+    : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                          Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint) {
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setWindowTitle(QStringLiteral("Vorna"));
+    VRNWindowStack::setWindowLevel(this, VRNWindowStack::VRNWindowLevelNormal + 1.0);
+}
+
+void VRNFloatingButtonWindow::setRootViewController(VRNFloatingButtonVC* controller) {
+    rootViewController_ = controller;
+    if (!controller) {
+        return;
+    }
+    controller->setParent(this);
+    VRNFloatingButtonView* view = controller->getMainView();
+    view->setParent(this);
+    view->setGeometry(rect());
+    view->show();
+    connect(view, &VRNFloatingButtonView::buttonFrameChanged, this,
+            &VRNFloatingButtonWindow::updateShape);
+    updateShape();
+}
+
+VRNFloatingButtonVC* VRNFloatingButtonWindow::rootViewController() const {
+    return rootViewController_;
+}
+
+bool VRNFloatingButtonWindow::pointInside(const QPointF& point) const {
+    if (!rootViewController_) {
+        return false;
+    }
+    return rootViewController_->getMainView()->pointInside(point);
+}
+
+void VRNFloatingButtonWindow::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (rootViewController_) {
+        rootViewController_->getMainView()->setGeometry(rect());
+    }
+}
+
+bool VRNFloatingButtonWindow::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate) {
+        // Platforms that activate every window they show, whatever it asks for, get the
+        // activation handed back to the host's window.
+        if (QWidget* host = VRNWindowStack::keyWindow(); host && host != this) {
+            host->activateWindow();
+        }
+    }
+    return QWidget::event(event);
+}
+
+void VRNFloatingButtonWindow::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (QWindow* handle = windowHandle()) {
+        // Installing again replaces the earlier installation; the handle may be a new one.
+        handle->installEventFilter(this);
+        // The application's life cycle leaves this window out: it is on screen whatever the
+        // host does.
+        handle->setProperty("vornaKitWindow", true);
+    }
+}
+
+void VRNFloatingButtonWindow::updateShape() {
+    if (!rootViewController_) {
+        return;
+    }
+    const QRectF frame = rootViewController_->getMainView()->buttonFrame();
+    setMask(QRegion(frame.toAlignedRect(), QRegion::Ellipse));
+}
+
+bool VRNFloatingButtonWindow::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != windowHandle()) {
+        return QWidget::eventFilter(watched, event);
+    }
+    switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::MouseMove:
+        case QEvent::MouseButtonRelease:
+        case QEvent::Wheel:
+            return forward(event);
+        case QEvent::Hide:
+            pressOnButton_ = false;
+            forwardTarget_.clear();
+            if (rootViewController_) {
+                rootViewController_->cancelDrag();
+            }
+            return false;
+        default:
+            return false;
+    }
+}
+
+bool VRNFloatingButtonWindow::forward(QEvent* event) {
+    const auto* pointer = static_cast<QSinglePointEvent*>(event);
+    const QPointF global = pointer->globalPosition();
+    const QEvent::Type type = event->type();
+    const bool startsPress =
+        type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick;
+    const bool endsPress = type == QEvent::MouseButtonRelease && pointer->buttons() == Qt::NoButton;
+    const bool hovers =
+        type == QEvent::Wheel || (type == QEvent::MouseMove && pointer->buttons() == Qt::NoButton);
+
+    if (startsPress) {
+        if (pointInside(mapFromGlobal(global))) {
+            pressOnButton_ = true;
+            forwardTarget_.clear();
+            rootViewController_->pointerEvent(event);
+            return true;
+        }
+        pressOnButton_ = false;
+        QWidget* beneath = VRNWindowStack::windowAt(global, this);
+        forwardTarget_ = beneath ? beneath->windowHandle() : nullptr;
+        // Nothing of the application beneath: the press falls on nothing.
+        return forwardTarget_.isNull() ? true : deliver(event, forwardTarget_);
+    }
+    if (pressOnButton_) {
+        // A press that began on the button stays with the button until it is released, wherever
+        // the pointer goes.
+        if (endsPress) {
+            pressOnButton_ = false;
+        }
+        if (type != QEvent::Wheel && rootViewController_) {
+            rootViewController_->pointerEvent(event);
+        }
+        return true;
+    }
+    if (forwardTarget_.isNull()) {
+        if (!hovers) {
+            // The rest of a press that fell on nothing.
+            return true;
+        }
+        if (pointInside(mapFromGlobal(global))) {
+            return false;
+        }
+        QWidget* beneath = VRNWindowStack::windowAt(global, this);
+        if (!beneath || !beneath->windowHandle()) {
+            return true;
+        }
+        // Hovering and scrolling look for the window beneath at each event.
+        return deliver(event, beneath->windowHandle());
+    }
+    QWindow* target = forwardTarget_;
+    if (endsPress) {
+        forwardTarget_.clear();
+    }
+    return deliver(event, target);
+}
+
+bool VRNFloatingButtonWindow::deliver(QEvent* event, QWindow* target) {
+    const auto* pointer = static_cast<QSinglePointEvent*>(event);
+    const QPointF global = pointer->globalPosition();
+    const QEvent::Type type = event->type();
+    const QPointF local = target->mapFromGlobal(global);
+    if (type == QEvent::Wheel) {
+        const auto* wheel = static_cast<QWheelEvent*>(event);
+        QWheelEvent copy(local, global, wheel->pixelDelta(), wheel->angleDelta(), wheel->buttons(),
+                         wheel->modifiers(), wheel->phase(), wheel->inverted(),
+                         Qt::MouseEventNotSynthesized, wheel->pointingDevice());
+        copy.setTimestamp(wheel->timestamp());
+        QCoreApplication::sendEvent(target, &copy);
+        return true;
+    }
+    const auto* mouse = static_cast<const QMouseEvent*>(event);
+    QMouseEvent copy(type, local, local, global, mouse->button(), mouse->buttons(),
+                     mouse->modifiers(), mouse->pointingDevice());
+    copy.setTimestamp(mouse->timestamp());
+    QCoreApplication::sendEvent(target, &copy);
+    return true;
+}
+
+}  // namespace vorna

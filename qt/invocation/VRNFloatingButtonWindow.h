@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+class QWindow;
+
+namespace vorna {
+
+class VRNFloatingButtonVC;
+
+// The floating button's own top-level window, one level above the host's windows and as large
+// as the screen, clear everywhere but on the button. It takes the pointer only where its root
+// view says so (on the button):
+// - where the window system can shape windows (X11, Wayland), the window's shape is the
+//   button's circle, so everything else reaches the windows beneath by the system's own means;
+// - where it cannot (offscreen, some embedded platforms), a press outside the button that still
+//   reaches this window is handed, with the moves and the release that follow it, to the
+//   front-most window of the application beneath the pointer.
+// The window never takes the keyboard focus from the host.
+class VRNFloatingButtonWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit VRNFloatingButtonWindow(QWidget* parent = nullptr);
+
+    void setRootViewController(VRNFloatingButtonVC* controller);
+    VRNFloatingButtonVC* rootViewController() const;
+
+    // Asks the root view the same question; without one the window takes nothing.
+    bool pointInside(const QPointF& point) const;
+
+protected:
+    bool event(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void updateShape();
+    bool forward(QEvent* event);
+    // Hands a pointer event to a window beneath, in that window's coordinates.
+    bool deliver(QEvent* event, QWindow* target);
+
+    QPointer<VRNFloatingButtonVC> rootViewController_;
+    QPointer<QWindow> forwardTarget_;  // the window beneath that took the press under way
+    bool pressOnButton_ = false;       // the press under way began on the button
+};
+
+}  // namespace vorna

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <functional>
+#include <mutex>
+
+namespace vorna {
+
+class VRNAppRepository;
+
+// A rectangle in points, origin at the top-left corner, y growing downwards.
+struct VRNRect {
+    double x = 0;
+    double y = 0;
+    double width = 0;
+    double height = 0;
+
+    bool operator==(const VRNRect&) const = default;
+    // Left and top edges belong to the rectangle, right and bottom edges do not.
+    bool contains(double px, double py) const {
+        return px >= x && px < x + width && py >= y && py < y + height;
+    }
+};
+
+// The phases of a drag, with the raw values the toolkits use.
+enum class VRNPanState { Possible = 0, Began = 1, Changed = 2, Ended = 3, Cancelled = 4 };
+
+class VRNFloatingButtonVMProtocol {
+public:
+    virtual ~VRNFloatingButtonVMProtocol() = default;
+    virtual void didPressVornaButton() = 0;
+};
+
+// What the floating report button does, without its looks: a tap hands over to the callback
+// the invocation manager installs; the button's first place and every step of a drag are
+// worked out here, so the view only moves a widget to the frame it is given.
+class VRNFloatingButtonVM : public VRNFloatingButtonVMProtocol {
+public:
+    void didPressVornaButton() override;
+
+    std::function<void()> vornaFloatingButtonInvocationCallback() const;
+    void setVornaFloatingButtonInvocationCallback(std::function<void()> callback);
+
+    // Where the button shows first: the stored place, or 15 points in from the left and bottom
+    // edges of a screen `screenHeight` points high (a screen of height 0 gives y = -85). Each
+    // stored coordinate falls back on its own.
+    static VRNRect initialButtonFrame(const VRNAppRepository& repository, double screenHeight);
+
+    // One callback of the drag: the button's frame moved by the translation since the previous
+    // callback and kept inside `container`. The place is stored (as single-precision floats)
+    // only when the drag has ended; a cancelled drag moves the button and stores nothing.
+    static VRNRect pannedButtonFrame(VRNPanState state, const VRNRect& frame, double translationX,
+                                     double translationY, const VRNRect& container,
+                                     VRNAppRepository& repository);
+
+private:
+    mutable std::mutex mutex_;
+    std::function<void()> callback_;
+};
+
+}  // namespace vorna

@@ -11,6 +11,7 @@
 #include "support/CountingStore.h"
 #include "support/FakeAPI.h"
 #include "support/FakeReachability.h"
+#include "support/KitGlobals.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "theme/VRNBranding.h"
@@ -25,9 +26,7 @@ using test::FakeReachability;
 class VRNVornaTest : public testing::Test {
 protected:
     void SetUp() override {
-        delay = 5;
-        reauthorizationPending = false;
-        monitoring = false;
+        test::resetKitGlobals();
         VRNBundle::setMainBundle(std::make_shared<VRNBundle>(nlohmann::json{
             {"CFBundleIdentifier", "com.example.host"},
             {"Vorna", {{"APIClientID", "client-1"}, {"APIClientSecret", "s3cret"}}}}));
@@ -49,9 +48,7 @@ protected:
         vorna.reset();
         connection.reset();
         VRNBundle::setMainBundle(nullptr);
-        delay = 5;
-        reauthorizationPending = false;
-        monitoring = false;
+        test::resetKitGlobals();
     }
 
     test::TempDir dir;

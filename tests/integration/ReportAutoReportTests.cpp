@@ -17,6 +17,7 @@
 #include "storage/VRNUploader.h"
 #include "support/BackendProcess.h"
 #include "support/FakeReachability.h"
+#include "support/KitGlobals.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "vorna/Vorna.h"
@@ -30,11 +31,7 @@ constexpr const char* kBundleId = "org.vorna.tests.autoreport";
 class AutoReportAgainstBackend : public testing::Test {
 protected:
     void SetUp() override {
-        delay = 5;
-        reauthorizationPending = false;
-        delayInterval = initialDelayInterval;
-        timerRunning = false;
-        retryUploadNeeded = false;
+        test::resetKitGlobals();
         VRNBundle::setMainBundle(std::make_shared<VRNBundle>(nlohmann::json{
             {"CFBundleIdentifier", kBundleId},
             {"CFBundleShortVersionString", "3.1"},
@@ -74,11 +71,7 @@ protected:
         api.reset();
         VRNSandbox::setDirectory({});
         VRNBundle::setMainBundle(nullptr);
-        delay = 5;
-        reauthorizationPending = false;
-        delayInterval = initialDelayInterval;
-        timerRunning = false;
-        retryUploadNeeded = false;
+        test::resetKitGlobals();
     }
     bool delivered(size_t count) {
         return loop->drainUntil([&] {

@@ -17,6 +17,7 @@
 #include "support/BackendProcess.h"
 #include "support/CountingStore.h"
 #include "support/FakeReachability.h"
+#include "support/KitGlobals.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "vorna/Vorna.h"
@@ -29,9 +30,7 @@ constexpr const char* kBundleId = "org.vorna.tests.startup";
 class StartupAgainstBackend : public testing::Test {
 protected:
     void SetUp() override {
-        delay = 5;
-        reauthorizationPending = false;
-        monitoring = false;
+        test::resetKitGlobals();
         VRNBundle::setMainBundle(std::make_shared<VRNBundle>(nlohmann::json{
             {"CFBundleIdentifier", kBundleId},
             {"Vorna",
@@ -41,9 +40,7 @@ protected:
         vorna.reset();
         api.reset();
         VRNBundle::setMainBundle(nullptr);
-        delay = 5;
-        reauthorizationPending = false;
-        monitoring = false;
+        test::resetKitGlobals();
     }
     void makeKit() {
         api = std::make_shared<VRNAPI>(backend.baseUrl(), loop);

@@ -29,6 +29,7 @@ cmake --build "$dir" -j "$(nproc)"
 export QT_QPA_PLATFORM=offscreen
 export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:detect_stack_use_after_return=1"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
-export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1"
+# Qt, GLib and cpp-httplib are not instrumented: see tests/tsan.supp.
+export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$PWD/tests/tsan.supp"
 cd "$dir"
 ctest --output-on-failure -j "$(nproc)" --timeout 600

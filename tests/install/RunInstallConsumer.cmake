@@ -27,15 +27,9 @@ if(NOT rc EQUAL 0 OR NOT out MATCHES "consumer ok")
     message(FATAL_ERROR "the consumer did not run: ${rc} ${out}")
 endif()
 if(EXISTS ${WORK_DIR}/build/vorna_qt_consumer)
-    # The Qt host runs offscreen, with the kit's stored settings kept in the work folder; under
-    # the thread sanitizer with the Qt layer's suppressions of Qt's own uninstrumented threads.
-    set(tsan_options "$ENV{TSAN_OPTIONS}")
-    if(SANITIZE MATCHES "thread")
-        set(tsan_options "${tsan_options}:suppressions=${SOURCE_DIR}/qt/tests/tsan.supp")
-    endif()
+    # The Qt host runs offscreen, with the kit's stored settings kept in the work folder.
     execute_process(COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
-                            XDG_DATA_HOME=${WORK_DIR}/data "TSAN_OPTIONS=${tsan_options}"
-                            ${WORK_DIR}/build/vorna_qt_consumer
+                            XDG_DATA_HOME=${WORK_DIR}/data ${WORK_DIR}/build/vorna_qt_consumer
                     RESULT_VARIABLE rc OUTPUT_VARIABLE out)
     if(NOT rc EQUAL 0 OR NOT out MATCHES "qt consumer ok")
         message(FATAL_ERROR "the Qt consumer did not run: ${rc} ${out}")

@@ -12,6 +12,21 @@
 #include "qt/platform/VRNWindowStack.h"
 
 namespace vorna {
+namespace {
+
+// The objects of the list that still exist: the host may delete a window the kit set up on.
+template <class T>
+QList<T*> alive(const QList<QPointer<T>>& objects) {
+    QList<T*> result;
+    for (const auto& object : objects) {
+        if (object) {
+            result.append(object.data());
+        }
+    }
+    return result;
+}
+
+}  // namespace
 
 void VRNQtInvocationPlatform::setupFloatingButtonWindow(std::function<void()> invoke) {
     auto* window = new VRNFloatingButtonWindow();
@@ -45,23 +60,11 @@ void VRNQtInvocationPlatform::setupRightEdgePan(std::shared_ptr<VRNEdgeSwipeHand
 }
 
 QList<VRNFloatingButtonWindow*> VRNQtInvocationPlatform::floatingWindows() const {
-    QList<VRNFloatingButtonWindow*> alive;
-    for (const auto& window : floatingWindows_) {
-        if (window) {
-            alive.append(window);
-        }
-    }
-    return alive;
+    return alive(floatingWindows_);
 }
 
 QList<VornaEdgePanRecognizer*> VRNQtInvocationPlatform::edgePanRecognizers() const {
-    QList<VornaEdgePanRecognizer*> alive;
-    for (const auto& recognizer : edgePanRecognizers_) {
-        if (recognizer) {
-            alive.append(recognizer);
-        }
-    }
-    return alive;
+    return alive(edgePanRecognizers_);
 }
 
 }  // namespace vorna

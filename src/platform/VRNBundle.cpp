@@ -26,58 +26,80 @@ struct PlistDeleter {
 };
 using PlistPtr = std::unique_ptr<void, PlistDeleter>;
 
-nlohmann::json toJson(plist_t node) {
+// A configuration file nests two or three levels; anything deeper than this is refused before
+// the conversion below, which recurses once per level, can run out of stack.
+constexpr int kMaxPlistDepth = 64;
+
+// Converts one node; false when the property list nests deeper than the kit reads.
+bool toJson(plist_t node, int depth, nlohmann::json& out) {
+    if (depth > kMaxPlistDepth) {
+        return false;
+    }
     switch (plist_get_node_type(node)) {
         case PLIST_BOOLEAN: {
             uint8_t value = 0;
             plist_get_bool_val(node, &value);
-            return value != 0;
+            out = value != 0;
+            return true;
         }
         case PLIST_UINT: {
             uint64_t value = 0;
             plist_get_uint_val(node, &value);
-            return value;
+            out = value;
+            return true;
         }
         case PLIST_REAL: {
             double value = 0;
             plist_get_real_val(node, &value);
-            return value;
+            out = value;
+            return true;
         }
         case PLIST_STRING: {
-            char* value = nullptr;
-            plist_get_string_val(node, &value);
-            std::string text = value ? value : "";
-            std::free(value);
-            return text;
+            // Read through the pointer: a string with a NUL byte inside trips an assertion in
+            // libplist's copying accessor. The XML reader keeps no bytes after such a NUL, so
+            // the text ends there.
+            uint64_t length = 0;
+            const char* value = plist_get_string_ptr(node, &length);
+            out = value ? std::string(value, strnlen(value, static_cast<size_t>(length)))
+                        : std::string();
+            return true;
         }
         case PLIST_ARRAY: {
-            auto array = nlohmann::json::array();
+            out = nlohmann::json::array();
             const uint32_t count = plist_array_get_size(node);
             for (uint32_t i = 0; i < count; ++i) {
-                array.push_back(toJson(plist_array_get_item(node, i)));
+                nlohmann::json item;
+                if (!toJson(plist_array_get_item(node, i), depth + 1, item)) {
+                    return false;
+                }
+                out.push_back(std::move(item));
             }
-            return array;
+            return true;
         }
         case PLIST_DICT: {
-            auto object = nlohmann::json::object();
+            out = nlohmann::json::object();
             plist_dict_iter iter = nullptr;
             plist_dict_new_iter(node, &iter);
-            for (;;) {
+            bool ok = true;
+            while (ok) {
                 char* key = nullptr;
                 plist_t value = nullptr;
                 plist_dict_next_item(node, iter, &key, &value);
                 if (key == nullptr) {
                     break;
                 }
-                object[key] = value ? toJson(value) : nlohmann::json();
+                nlohmann::json item;
+                ok = value == nullptr || toJson(value, depth + 1, item);
+                out[key] = std::move(item);
                 std::free(key);
             }
             std::free(iter);
-            return object;
+            return ok;
         }
         default:
             // Dates, data and keys are not configuration the kit reads.
-            return nullptr;
+            out = nullptr;
+            return true;
     }
 }
 
@@ -129,7 +151,13 @@ std::shared_ptr<VRNBundle> VRNBundle::fromInfoPlistData(const std::string& bytes
                root == nullptr ? "not a property list" : "its root is not a dictionary");
         return std::make_shared<VRNBundle>(nlohmann::json::object(), path);
     }
-    return std::make_shared<VRNBundle>(toJson(root), path);
+    nlohmann::json info;
+    if (!toJson(root, 0, info)) {
+        VRNLog("VRNBundle - Info.plist at %s is malformed (%s), using defaults", path.c_str(),
+               "it nests deeper than 64 levels");
+        return std::make_shared<VRNBundle>(nlohmann::json::object(), path);
+    }
+    return std::make_shared<VRNBundle>(std::move(info), path);
 }
 
 std::shared_ptr<VRNBundle> VRNBundle::mainBundle() {

@@ -315,7 +315,14 @@ std::optional<VRNArchiveValue> unarchive(const std::set<std::string>* allowed, c
     if (!parsed || sax.is_errored()) {
         return fail(corrupt("not a keyed archive"));
     }
-    if (!document.is_object() || document.value(kArchiverKey, std::string()) != kArchiverName) {
+    // Every look into the document checks the kind first: json's typed accessors throw on a
+    // value of another kind, and a file on disk may hold anything under any key.
+    if (!document.is_object()) {
+        return fail(corrupt("not a keyed archive"));
+    }
+    const auto archiver = document.find(kArchiverKey);
+    if (archiver == document.end() || !archiver->is_string() ||
+        archiver->get_ref<const std::string&>() != kArchiverName) {
         return fail(corrupt("not a keyed archive"));
     }
     auto top = document.find(kTopKey);

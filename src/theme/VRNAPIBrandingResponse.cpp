@@ -117,7 +117,7 @@ std::optional<VRNAPIBrandingResponse::Date> VRNAPIBrandingResponse::dateFromStri
     using std::chrono::hours, std::chrono::minutes, std::chrono::seconds;
     const auto local = std::chrono::sys_days{date} + hours{hour} + minutes{minute} +
                        seconds{second} + std::chrono::milliseconds{milliseconds};
-    return std::chrono::time_point_cast<Date::duration>(local - minutes{offsetMinutes});
+    return Date{local - minutes{offsetMinutes}};
 }
 
 std::shared_ptr<VRNAPIBrandingResponse> VRNAPIBrandingResponse::initWithData(const VRNData& data,

@@ -15,7 +15,9 @@ namespace vorna {
 // The backend's white-labeling answer, parsed.
 class VRNAPIBrandingResponse {
 public:
-    using Date = std::chrono::system_clock::time_point;
+    // Milliseconds, the answer's own precision: every four-digit year fits, where the system
+    // clock's nanoseconds reach only from 1678 to 2262.
+    using Date = std::chrono::sys_time<std::chrono::milliseconds>;
 
     // Parses the answer's bytes. A response comes back only when all of "text_color",
     // "background", "placeholder_color", "highlighted_text_color", "slogan" and "logo_url" are

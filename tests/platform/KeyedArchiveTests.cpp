@@ -107,6 +107,13 @@ TEST_F(KeyedArchive, GarbageTruncationAndDeepNestingAreErrorsNotCrashes) {
     EXPECT_FALSE(VRNKeyedUnarchiver::unarchiveObjectWithData(good, &error));
     EXPECT_FALSE(VRNKeyedUnarchiver::unarchiveObjectWithData({}, &error));
 
+    // "$archiver" holding a number instead of the archiver's name: a corrupt file, not an
+    // exception out of the reader.
+    const VRNData archiverNotText{0xa1, 0x69, '$', 'a', 'r', 'c', 'h', 'i', 'v', 'e', 'r', 0x01};
+    EXPECT_FALSE(VRNKeyedUnarchiver::unarchiveObjectWithData(archiverNotText, &error));
+    ASSERT_NE(error, nullptr);
+    EXPECT_EQ(error->code, VRNCoderReadCorruptError);
+
     // 100 000 nested CBOR arrays: refused before the reader's recursion can exhaust the stack.
     VRNData deep(100000, 0x81);
     deep.push_back(0x01);

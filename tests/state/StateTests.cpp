@@ -81,6 +81,31 @@ TEST_F(Configuration, MissingMalformedOrIncompleteInfoPlistLogsOnceAndAnswersNot
     EXPECT_NE(log.lines()[0].find("has no \"Vorna\" dictionary"), std::string::npos);
 }
 
+TEST_F(Configuration, HostileInfoPlistCostsALogLineNotTheHost) {
+    // A raw NUL inside a string ends the string.
+    std::string withNul = kHostPlist;
+    withNul.replace(withNul.find("secret=2"), 8, std::string("sec\0ret", 7));
+    VRNBundle::setMainInfoPlistPath(write(withNul));
+    EXPECT_EQ(VRNInfoPlist().apiClientSecret(), "sec");
+    EXPECT_EQ(VRNInfoPlist().apiClientID(), "id&1");
+
+    // Twenty thousand nested arrays: refused as a whole, with one line.
+    log.clear();
+    std::string deep = "<plist version=\"1.0\"><dict><key>Vorna</key>";
+    for (int i = 0; i < 20000; ++i) {
+        deep += "<array>";
+    }
+    for (int i = 0; i < 20000; ++i) {
+        deep += "</array>";
+    }
+    deep += "</dict></plist>";
+    VRNBundle::setMainInfoPlistPath(write(deep));
+    EXPECT_FALSE(VRNInfoPlist().hostApplicationBundleId());
+    ASSERT_FALSE(log.lines().empty());
+    EXPECT_NE(log.lines()[0].find("is malformed (it nests deeper than 64 levels)"),
+              std::string::npos);
+}
+
 class Repository : public testing::Test {
 protected:
     test::TempDir dir;

@@ -78,6 +78,10 @@ TEST(BrandingResponseTests, DatesReadTheirZone) {
     EXPECT_EQ(at("2020-01-31T12:00:00.000Z"), noon);
     EXPECT_EQ(at("2020-01-31T13:30:00.000+01:30"), noon);
     EXPECT_EQ(at("2020-01-31T07:00:00.500-0500"), noon + milliseconds{500});
+    // Years outside the system clock's nanosecond range are dates all the same.
+    EXPECT_EQ(at("9999-12-31T23:59:59.999Z"), sys_days{9999y / December / 31} + hours{23} +
+                                                  minutes{59} + seconds{59} + milliseconds{999});
+    EXPECT_EQ(at("0001-01-01T00:00:00.000+14:00"), sys_days{1y / January / 1} - hours{14});
     for (const char* bad : {"2020-01-31T12:00:00Z", "2020-02-30T12:00:00.000Z",
                             "2020-01-31T12:00:00.000", "2020-01-31T12:00:00.000+0100 x"}) {
         EXPECT_FALSE(at(bad)) << bad;

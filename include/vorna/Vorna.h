@@ -17,6 +17,8 @@ class VRNAppRepository;
 class VRNBranding;
 class VRNBrandingService;
 class VRNConnection;
+class VRNCoordinatorProtocol;
+struct VRNCoordinatorContext;
 class VRNFileManagerProtocol;
 class VRNNotificationCenter;
 class VRNRunLoop;
@@ -24,14 +26,6 @@ class VRNStarterProtocol;
 class VRNTimer;
 class VRNUploaderProtocol;
 class VRNVornaReportData;
-
-// The report flow on screen, as the facade sees it. A UI layer provides it.
-class VRNCoordinatorProtocol {
-public:
-    virtual ~VRNCoordinatorProtocol() = default;
-    virtual void start() = 0;
-    virtual void setOnCoordinatorFinish(std::function<void()> onFinish) = 0;
-};
 
 // The one class a host talks to. Start the kit once, early (after creating the QApplication
 // in a Qt host):
@@ -46,8 +40,8 @@ class VRNVorna : public std::enable_shared_from_this<VRNVorna> {
 public:
     using PrepareDataHook =
         std::function<std::shared_ptr<VRNVornaReportData>(std::shared_ptr<VRNVornaReportData>)>;
-    using CoordinatorFactory = std::function<std::shared_ptr<VRNCoordinatorProtocol>(
-        std::shared_ptr<VRNUploaderProtocol>, std::shared_ptr<VRNAppRepository>)>;
+    using CoordinatorFactory =
+        std::function<std::shared_ptr<VRNCoordinatorProtocol>(VRNCoordinatorContext)>;
     using UploaderFactory = std::function<std::shared_ptr<VRNUploaderProtocol>(
         std::shared_ptr<VRNFileManagerProtocol>, std::shared_ptr<VRNAPIProtocol>)>;
     using FileManagerFactory = std::function<std::shared_ptr<VRNFileManagerProtocol>()>;
@@ -75,6 +69,8 @@ public:
         VRNNotificationCenter* notificationCenter = nullptr;
         FileManagerFactory makeFileManager;
         UploaderFactory makeUploader;
+        // How a report flow is made; none: the installed UI platform's.
+        CoordinatorFactory makeCoordinator;
     };
     VRNVorna();
     explicit VRNVorna(Dependencies dependencies);
@@ -110,8 +106,6 @@ public:
     // built-in record each time one opens.
     std::shared_ptr<VRNBranding> branding() const;
 
-    // A UI layer installs how the report flow is built; without one, display() opens nothing.
-    static void setCoordinatorFactory(CoordinatorFactory factory);
     // The report pipeline installs how the store and the uploader are made.
     static void setDefaultPipelineFactories(FileManagerFactory makeFileManager,
                                             UploaderFactory makeUploader);
@@ -127,6 +121,7 @@ private:
     VRNNotificationCenter& center_;
     FileManagerFactory makeFileManager_;
     UploaderFactory makeUploader_;
+    CoordinatorFactory makeCoordinator_;
     std::shared_ptr<VRNBrandingService> brandingService_;
 
     mutable std::mutex mutex_;

@@ -4,7 +4,6 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QLineF>
 #include <QMouseEvent>
 #include <QStyleHints>
 
@@ -18,7 +17,16 @@ VRNFloatingButtonVC::VRNFloatingButtonVC(std::shared_ptr<VRNFloatingButtonVMProt
                                          QObject* parent)
     : QObject(parent),
       appRepository_(repository ? std::move(repository) : VRNAppRepository::sharedInstance()),
-      viewModel_(std::move(viewModel)) {}
+      viewModel_(std::move(viewModel)),
+      tracker_(VRNFloatingButtonTracker::Callbacks{
+          [this](VRNPanState state, VRNPoint step) { panned(state, QPointF(step.x, step.y)); },
+          [this] { vornaButtonTapped(); },
+          [this](bool down) {
+              if (view_) {
+                  view_->vornaButton()->setDown(down);
+              }
+          },
+          [this](bool tracking) { setWatchingApplication(tracking); }}) {}
 
 VRNFloatingButtonVC::~VRNFloatingButtonVC() {
     if (auto* app = QCoreApplication::instance()) {
@@ -69,7 +77,6 @@ void VRNFloatingButtonVC::panned(VRNPanState state, const QPointF& translation) 
 }
 
 bool VRNFloatingButtonVC::eventFilter(QObject* watched, QEvent* event) {
-    // While a press is under way, the whole application is watched for what cancels a drag.
     switch (event->type()) {
         case QEvent::KeyPress:
             if (watched->isWindowType() &&
@@ -92,84 +99,41 @@ void VRNFloatingButtonVC::pointerEvent(QEvent* event) {
     if (!view_) {
         return;
     }
-    QAbstractButton* button = view_->vornaButton();
     const auto* mouse = static_cast<QMouseEvent*>(event);
     const QPointF now = mouse->globalPosition();
+    const VRNPoint at{now.x(), now.y()};
     switch (event->type()) {
         case QEvent::MouseButtonPress:
         case QEvent::MouseButtonDblClick:
-            if (mouse->button() != Qt::LeftButton) {
-                return;
+            if (mouse->button() == Qt::LeftButton) {
+                tracker_.press(at);
             }
-            tracking_ = true;
-            panning_ = false;
-            ignoreRelease_ = false;
-            pressGlobal_ = lastGlobal_ = now;
-            button->setDown(true);
-            QCoreApplication::instance()->installEventFilter(this);
             return;
         case QEvent::MouseMove:
-            if (!tracking_) {
-                return;
-            }
-            if (!panning_) {
-                const int distance = QGuiApplication::styleHints()->startDragDistance();
-                if (QLineF(pressGlobal_, now).length() < distance) {
-                    return;
-                }
-                panning_ = true;
-                button->setDown(false);
-                panned(VRNPanState::Began, now - lastGlobal_);
-            } else {
-                panned(VRNPanState::Changed, now - lastGlobal_);
-            }
-            lastGlobal_ = now;
+            tracker_.move(at, QGuiApplication::styleHints()->startDragDistance());
             return;
-        case QEvent::MouseButtonRelease: {
-            if (mouse->button() != Qt::LeftButton) {
-                return;
-            }
-            if (ignoreRelease_) {
-                ignoreRelease_ = false;
-                return;
-            }
-            if (!tracking_) {
-                return;
-            }
-            const bool wasPanning = panning_;
-            endTracking();
-            if (wasPanning) {
-                panned(VRNPanState::Ended, now - lastGlobal_);
-            } else if (view_->pointInside(view_->mapFromGlobal(now))) {
-                vornaButtonTapped();
+        case QEvent::MouseButtonRelease:
+            if (mouse->button() == Qt::LeftButton) {
+                tracker_.release(at, view_->pointInside(view_->mapFromGlobal(now)));
             }
             return;
-        }
         default:
             return;
     }
 }
 
 void VRNFloatingButtonVC::cancelDrag() {
-    if (!tracking_) {
-        return;
-    }
-    const bool wasPanning = panning_;
-    endTracking();
-    ignoreRelease_ = true;
-    if (wasPanning) {
-        panned(VRNPanState::Cancelled, QPointF());
-    }
+    tracker_.cancel();
 }
 
-void VRNFloatingButtonVC::endTracking() {
-    tracking_ = false;
-    panning_ = false;
-    if (view_) {
-        view_->vornaButton()->setDown(false);
-    }
+void VRNFloatingButtonVC::setWatchingApplication(bool watching) {
+    // While a press is under way, the whole application is watched for what cancels a drag.
     if (auto* app = QCoreApplication::instance()) {
-        app->removeEventFilter(this);
+        if (watching) {
+            app->installEventFilter(this);
+        } else {
+            app->removeEventFilter(this);
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include <memory>
 
+#include "flow/VRNFloatingButtonTracker.h"
 #include "flow/VRNFloatingButtonVM.h"
 
 namespace vorna {
@@ -13,11 +14,11 @@ namespace vorna {
 class VRNAppRepository;
 class VRNFloatingButtonView;
 
-// The floating button's controller. A press on the button that is released without moving is
-// a tap and opens a report; once the pointer has moved the drag distance, the press becomes a
-// drag that moves the button, kept on the screen, and the place where it ends is stored.
-// Escape or the application losing the front cancel a drag: the button stays where it was
-// dragged to and nothing is stored.
+// The floating button's controller: it hands the pointer's events to the kit's tracker, which
+// tells a tap (opens a report) from a drag (moves the button, kept on the screen; the place
+// where it ends is stored), and moves the button where the tracker says. Escape or the
+// application losing the front cancel a drag: the button stays where it was dragged to and
+// nothing is stored.
 //
 // The window hands over the pointer events that belong to the button as the window system
 // delivered them: widgets get whole-point positions only, and the button's place keeps its
@@ -51,17 +52,12 @@ private:
     void loadView();
     void viewDidLoad();
     void commonSetup();
-    void endTracking();
+    void setWatchingApplication(bool watching);
 
     std::shared_ptr<VRNAppRepository> appRepository_;
     std::shared_ptr<VRNFloatingButtonVMProtocol> viewModel_;
     QPointer<VRNFloatingButtonView> view_;
-
-    bool tracking_ = false;       // a press on the button is under way
-    bool panning_ = false;        // ... and has become a drag
-    bool ignoreRelease_ = false;  // the drag was cancelled; its release means nothing
-    QPointF pressGlobal_;
-    QPointF lastGlobal_;
+    VRNFloatingButtonTracker tracker_;
 };
 
 }  // namespace vorna

@@ -22,17 +22,18 @@ void drawWindow(QWidget* window, QPainter& painter) {
 }
 
 // Qt draws fastest into its native 32-bit format, whose pixels are B, G, R, A in memory on a
-// little-endian machine and A, R, G, B on a big-endian one; the image wants R, G, B, A.
-void toRGBA(std::vector<uint8_t>& pixels) {
-    auto* words = reinterpret_cast<uint32_t*>(pixels.data());
-    const size_t count = pixels.size() / 4;
-    for (size_t i = 0; i < count; ++i) {
-        const uint32_t p = words[i];
-        if constexpr (std::endian::native == std::endian::little) {
-            words[i] = (p & 0xFF00FF00u) | ((p >> 16) & 0xFFu) | ((p & 0xFFu) << 16);
-        } else {
-            words[i] = (p << 8) | (p >> 24);
+// little-endian machine: the picture keeps that order. A big-endian machine's A, R, G, B is
+// turned into R, G, B, A.
+VRNPixelLayout nativeLayout(std::vector<uint8_t>& pixels) {
+    if constexpr (std::endian::native == std::endian::little) {
+        return VRNPixelLayout::BGRA;
+    } else {
+        auto* words = reinterpret_cast<uint32_t*>(pixels.data());
+        const size_t count = pixels.size() / 4;
+        for (size_t i = 0; i < count; ++i) {
+            words[i] = (words[i] << 8) | (words[i] >> 24);
         }
+        return VRNPixelLayout::RGBA;
     }
 }
 
@@ -89,8 +90,8 @@ VRNImage VRNScreenshotService::takeScreenshot() const {
             painter.drawImage(QPointF(0, 0), layer);
         }
     }
-    toRGBA(pixels);
-    return VRNImage(width, height, scale, std::move(pixels));
+    const VRNPixelLayout layout = nativeLayout(pixels);
+    return VRNImage(width, height, scale, std::move(pixels), layout);
 }
 
 std::optional<VRNData> VRNScreenshotService::getImageData(const VRNImage& image) const {

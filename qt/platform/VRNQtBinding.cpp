@@ -6,20 +6,16 @@
 
 #include <mutex>
 
-#include "core/VRNDefaultCollaborators.h"
-#include "invocation/VornaInvocationManager.h"
-#include "platform/VRNDeviceProvider.h"
+#include "core/VRNUIPlatform.h"
 #include "platform/VRNNotificationCenter.h"
-#include "platform/VRNRunLoop.h"
 #include "qt/invocation/VRNMotionListener.h"
 #include "qt/invocation/VRNQtInvocationPlatform.h"
 #include "qt/invocation/VRNScreenshotFolderWatcher.h"
-#include "qt/invocation/VRNScreenshotService.h"
 #include "qt/platform/VRNQtDeviceProvider.h"
 #include "qt/platform/VRNQtLifecycle.h"
 #include "qt/platform/VRNQtRunLoop.h"
+#include "qt/platform/VRNQtUIPlatform.h"
 #include "qt/platform/VRNWindowStack.h"
-#include "qt/theme/Fonts.h"
 
 #if VORNA_QT_HAS_SENSORS
 #include "qt/invocation/VRNAccelerometerShake.h"
@@ -58,41 +54,9 @@ void uninstall() {
         loop = std::move(installed().runLoop);
         installed().platform.reset();
     }
-    VornaInvocationManager::setPlatform(nullptr);
-    VRNSetScreenshotCapture(nullptr);
-    VRNSetKitResourceRegistrar(nullptr);
-    VRNDeviceProvider::setCurrent(nullptr);
+    VRNUIPlatform::uninstall();
     if (loop) {
         loop->detach();
-    }
-}
-
-std::optional<std::vector<uint8_t>> captureOnGuiThread() {
-    std::optional<std::vector<uint8_t>> jpeg;
-    const auto capture = [&jpeg] {
-        const auto service = VRNScreenshotService::sharedInstance();
-        jpeg = service->getImageData(service->takeScreenshot());
-    };
-    const auto loop = VRNQtBinding::runLoop();
-    if (!loop || loop->isCurrent()) {
-        if (loop) {
-            capture();
-        }
-    } else {
-        loop->runSync(capture);
-    }
-    return jpeg;
-}
-
-void registerFontsOnGuiThread() {
-    const auto loop = VRNQtBinding::runLoop();
-    if (!loop) {
-        return;
-    }
-    if (loop->isCurrent()) {
-        Fonts::registerFonts();
-    } else {
-        loop->post([] { Fonts::registerFonts(); });
     }
 }
 
@@ -103,22 +67,26 @@ void VRNQtBinding::install() {
     if (!app) {
         return;
     }
-    auto loop = std::make_shared<VRNQtRunLoop>();
+    VRNQtUIPlatform::Parts parts;
+    parts.runLoop = std::make_shared<VRNQtRunLoop>();
     {
         std::lock_guard lock(installed().mutex);
-        installed().runLoop = loop;
+        installed().runLoop = parts.runLoop;
         installed().sinceActive.invalidate();
     }
-    VRNRunLoop::setMain(loop);
     // Post routines run while the application object is being destroyed, before its children
     // go: from then on the kit's work no longer reaches the GUI thread.
     qAddPostRoutine(uninstall);
+    const auto installParts = [&parts] {
+        VRNUIPlatform::install(std::make_shared<VRNQtUIPlatform>(std::move(parts)));
+    };
 
     auto* gui = qobject_cast<QGuiApplication*>(app);
     if (!gui) {
+        installParts();
         return;
     }
-    VRNDeviceProvider::setCurrent(std::make_shared<VRNQtDeviceProvider>());
+    parts.deviceProvider = std::make_shared<VRNQtDeviceProvider>();
     auto* lifecycle = new VRNQtLifecycle(VRNNotificationCenter::defaultCenter(), app);
     QObject::connect(gui, &QGuiApplication::applicationStateChanged, app,
                      [](Qt::ApplicationState state) {
@@ -129,8 +97,11 @@ void VRNQtBinding::install() {
                      });
 
     if (!qobject_cast<QApplication*>(app)) {
-        std::lock_guard lock(installed().mutex);
-        installed().lifecycle = lifecycle;
+        {
+            std::lock_guard lock(installed().mutex);
+            installed().lifecycle = lifecycle;
+        }
+        installParts();
         return;
     }
     new VRNWindowStack(app);
@@ -151,9 +122,9 @@ void VRNQtBinding::install() {
         installed().lifecycle = lifecycle;
         installed().folderWatcher = watcher;
     }
-    VornaInvocationManager::setPlatform(platform);
-    VRNSetScreenshotCapture(captureOnGuiThread);
-    VRNSetKitResourceRegistrar(registerFontsOnGuiThread);
+    parts.invocationPlatform = platform;
+    parts.widgets = true;
+    installParts();
 
 #if VORNA_QT_HAS_SENSORS
     // Looking for sensors loads plugins and may ask system services: done once the event loop

@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "connectivity/VRNConnection.h"
+#include "flow/VRNCoordinator.h"
 #include "platform/VRNDeviceProvider.h"
 #include "platform/VRNNotificationCenter.h"
 #include "platform/VRNRunLoop.h"
@@ -94,15 +95,19 @@ private:
 class CountingCoordinator : public VRNCoordinatorProtocol {
 public:
     explicit CountingCoordinator(std::atomic<int>& started) : started_(started) {}
-    void start() override { ++started_; }
-    void setOnCoordinatorFinish(std::function<void()> onFinish) override {
-        if (onFinish) {
-            onFinish();
+    void start() override {
+        ++started_;
+        if (onFinish_) {
+            onFinish_();
         }
+    }
+    void setOnCoordinatorFinish(std::function<void()> onFinish) override {
+        onFinish_ = std::move(onFinish);
     }
 
 private:
     std::atomic<int>& started_;
+    std::function<void()> onFinish_;
 };
 
 // A facade of its own (no backend, no network) whose display() is what every invocation path
@@ -110,9 +115,10 @@ private:
 class DisplayCounter {
 public:
     DisplayCounter() {
-        VRNVorna::setCoordinatorFactory(
-            [this](auto, auto) { return std::make_shared<CountingCoordinator>(displays); });
         VRNVorna::Dependencies deps;
+        deps.makeCoordinator = [this](VRNCoordinatorContext) {
+            return std::make_shared<CountingCoordinator>(displays);
+        };
         deps.appRepository = std::make_shared<VRNAppRepository>(
             std::make_shared<VRNKeyValueStore>(dir / "defaults.sqlite"));
         deps.connection = std::make_shared<VRNConnection>(
@@ -123,7 +129,7 @@ public:
         deps.makeUploader = [](auto, auto) { return nullptr; };
         vorna = std::make_shared<VRNVorna>(std::move(deps));
     }
-    ~DisplayCounter() { VRNVorna::setCoordinatorFactory(nullptr); }
+    ~DisplayCounter() = default;
     DisplayCounter(const DisplayCounter&) = delete;
     DisplayCounter& operator=(const DisplayCounter&) = delete;
 

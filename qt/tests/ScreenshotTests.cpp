@@ -35,9 +35,7 @@ struct Pixel {
 };
 
 Pixel pixelAt(const VRNImage& image, int x, int y) {
-    const uint8_t* p = &image.rgba()[(static_cast<size_t>(y) * static_cast<size_t>(image.width()) +
-                                      static_cast<size_t>(x)) *
-                                     4];
+    const auto p = image.rgbaAt(x, y);
     return Pixel{p[0], p[1], p[2], p[3]};
 }
 
@@ -72,15 +70,16 @@ TEST(ScreenshotServiceTests, FloatingButtonIsNeverInThePicture) {
     const VRNImage hostAlone = service->takeScreenshot();
     ASSERT_EQ(withButton.width(), 375);
     ASSERT_EQ(withButton.height(), 812);
-    EXPECT_EQ(withButton.rgba(), hostAlone.rgba());
+    EXPECT_EQ(withButton.pixels(), hostAlone.pixels());
     EXPECT_EQ(pixelAt(withButton, 50, 762), kRed);  // where the button was
 
     // And it is the host window as Qt itself draws it.
     const QImage grabbed =
-        host.grab().toImage().convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+        host.grab().toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
     ASSERT_EQ(grabbed.size(), QSize(375, 812));
-    EXPECT_EQ(0,
-              std::memcmp(grabbed.constBits(), hostAlone.rgba().data(), hostAlone.rgba().size()));
+    ASSERT_EQ(hostAlone.layout(), VRNPixelLayout::BGRA);
+    EXPECT_EQ(
+        0, std::memcmp(grabbed.constBits(), hostAlone.pixels().data(), hostAlone.pixels().size()));
 }
 
 TEST(ScreenshotServiceTests, EveryWindowIsDrawnAtTheTopLeftInStackOrder) {

@@ -1,10 +1,9 @@
 #include "core/VRNDefaultCollaborators.h"
 
-#include <mutex>
-
 #include "api/VRNAPI.h"
 #include "blackbox/VRNBlackBox.h"
 #include "blackbox/VRNSessionReporter.h"
+#include "core/VRNUIPlatform.h"
 #include "platform/VRNImage.h"
 #include "state/VRNConstants.h"
 #include "storage/VRNFileManager.h"
@@ -12,39 +11,12 @@
 #include "vorna/VornaReportData.h"
 
 namespace vorna {
-namespace {
-
-struct Registrar {
-    std::mutex mutex;
-    std::function<void()> resources;
-    std::function<std::optional<std::vector<uint8_t>>()> screenshot;
-};
-
-Registrar& registrar() {
-    static Registrar r;
-    return r;
-}
-
-}  // namespace
-
 std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI() {
     return std::make_shared<VRNAPI>();
 }
 
 void VRNRegisterKitResources() {
-    std::function<void()> registerResources;
-    {
-        std::lock_guard lock(registrar().mutex);
-        registerResources = registrar().resources;
-    }
-    if (registerResources) {
-        registerResources();
-    }
-}
-
-void VRNSetKitResourceRegistrar(std::function<void()> resources) {
-    std::lock_guard lock(registrar().mutex);
-    registrar().resources = std::move(resources);
+    VRNUIPlatform::current()->registerFonts();
 }
 
 void VRNStartBlackBox() {
@@ -70,11 +42,6 @@ std::shared_ptr<VRNUploaderProtocol> VRNMakeDefaultUploader(
     return VRNUploader::initWithFileManager(std::move(fileManager), std::move(api));
 }
 
-void VRNSetScreenshotCapture(std::function<std::optional<std::vector<uint8_t>>()> capture) {
-    std::lock_guard lock(registrar().mutex);
-    registrar().screenshot = std::move(capture);
-}
-
 std::shared_ptr<VRNVornaReportData> VRNMakeAutoReportData(
     bool attachScreenshot, const std::optional<std::string>& description,
     const VRNVorna::PrepareDataHook& onPrepareData) {
@@ -92,14 +59,8 @@ std::shared_ptr<VRNVornaReportData> VRNMakeAutoReportData(
     }
     std::optional<std::vector<uint8_t>> captured;
     if (attachScreenshot) {
-        std::function<std::optional<std::vector<uint8_t>>()> capture;
-        {
-            std::lock_guard lock(registrar().mutex);
-            capture = registrar().screenshot;
-        }
-        if (capture) {
-            captured = capture();
-        } else {
+        captured = VRNUIPlatform::current()->captureScreenshot();
+        if (!captured) {
             VRNLog("VRNVorna - No screen to capture in this host, sending the empty screenshot");
         }
     }

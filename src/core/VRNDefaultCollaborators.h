@@ -21,9 +21,8 @@ class VRNVornaReportData;
 // The backend client of the shared instance.
 std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI();
 
-// Registers what the kit's screens need (the fonts); a UI layer installs the registrar.
+// Registers what the kit's screens need (the fonts of the installed UI platform).
 void VRNRegisterKitResources();
-void VRNSetKitResourceRegistrar(std::function<void()> registrar);
 
 // The black box and the session history.
 void VRNStartBlackBox();
@@ -35,12 +34,9 @@ std::shared_ptr<VRNFileManagerProtocol> VRNMakeDefaultFileManager();
 std::shared_ptr<VRNUploaderProtocol> VRNMakeDefaultUploader(
     std::shared_ptr<VRNFileManagerProtocol> fileManager, std::shared_ptr<VRNAPIProtocol> api);
 
-// What a report without screens carries as its screenshot when asked for one: a UI layer
-// installs a capture that answers the JPEG bytes of the application's windows.
-void VRNSetScreenshotCapture(std::function<std::optional<std::vector<uint8_t>>()> capture);
-
 // A report made without screens: gathered now, passed through the host's hook, with the
-// description under "VRN_UserInput" and a screenshot file (a captured one, or a white pixel).
+// description under "VRN_UserInput" and a screenshot file (the UI platform's picture of the
+// application, or a white pixel).
 std::shared_ptr<VRNVornaReportData> VRNMakeAutoReportData(
     bool attachScreenshot, const std::optional<std::string>& description,
     const VRNVorna::PrepareDataHook& onPrepareData);

@@ -4,6 +4,8 @@
 #include "connectivity/VRNConnection.h"
 #include "core/VRNDefaultCollaborators.h"
 #include "core/VRNStarter.h"
+#include "core/VRNUIPlatform.h"
+#include "flow/VRNCoordinator.h"
 #include "invocation/VornaInvocationManager.h"
 #include "platform/VRNBundle.h"
 #include "platform/VRNNotificationCenter.h"
@@ -25,7 +27,6 @@ constexpr const char* kPlatform = "iOS";
 
 struct FactoryRegistry {
     std::mutex mutex;
-    VRNVorna::CoordinatorFactory coordinator;
     VRNVorna::FileManagerFactory fileManager;
     VRNVorna::UploaderFactory uploader;
 };
@@ -61,6 +62,7 @@ VRNVorna::VRNVorna(Dependencies deps)
                                       : VRNNotificationCenter::defaultCenter()),
       makeFileManager_(std::move(deps.makeFileManager)),
       makeUploader_(std::move(deps.makeUploader)),
+      makeCoordinator_(std::move(deps.makeCoordinator)),
       brandingService_(std::make_shared<VRNBrandingService>()) {
     VRNRegisterKitResources();
 }
@@ -279,17 +281,19 @@ void VRNVorna::display() {
             return;
         }
     }
-    CoordinatorFactory factory;
-    {
-        std::lock_guard lock(factories().mutex);
-        factory = factories().coordinator;
-    }
-    if (!factory) {
-        VRNLog("VRNVorna - No report flow in this host: link the kit's UI layer to show one");
-        return;
-    }
-    auto created = factory(uploader(), appRepository_);
+    const std::weak_ptr<VRNVorna> weak = weak_from_this();
+    VRNCoordinatorContext context;
+    context.uploader = uploader();
+    context.appRepository = appRepository_;
+    context.onPrepareData = onPrepareData();
+    context.branding = [weak]() -> std::shared_ptr<VRNBranding> {
+        auto self = weak.lock();
+        return self ? self->branding() : nullptr;
+    };
+    auto created = makeCoordinator_ ? makeCoordinator_(std::move(context))
+                                    : VRNUIPlatform::current()->makeCoordinator(std::move(context));
     if (!created) {
+        VRNLog("VRNVorna - No report flow in this host: link the kit's UI layer to show one");
         return;
     }
     {
@@ -297,14 +301,29 @@ void VRNVorna::display() {
         coordinator_ = created;
     }
     brandingService_->start();
-    created->start();
-    std::weak_ptr<VRNVorna> weak = weak_from_this();
-    created->setOnCoordinatorFinish([weak] {
-        if (auto self = weak.lock()) {
-            std::lock_guard lock(self->mutex_);
-            self->coordinator_.reset();
+    // Set before the flow starts, so that a flow which ends at once is still let go of. The
+    // coordinator is released after its callback has returned (it calls it from its own
+    // completion) and outside the lock, and only if it is still the one on screen.
+    created->setOnCoordinatorFinish([weak, finished = created.get()] {
+        auto self = weak.lock();
+        if (!self) {
+            return;
         }
+        self->runLoop_->post([weak, finished] {
+            auto owner = weak.lock();
+            if (!owner) {
+                return;
+            }
+            std::shared_ptr<VRNCoordinatorProtocol> released;
+            {
+                std::lock_guard lock(owner->mutex_);
+                if (owner->coordinator_.get() == finished) {
+                    released = std::move(owner->coordinator_);
+                }
+            }
+        });
     });
+    created->start();
 }
 
 void VRNVorna::performAutoReport(bool attachScreenshot,
@@ -399,11 +418,6 @@ void VRNVorna::cancelTimer() {
     if (old) {
         old->invalidate();
     }
-}
-
-void VRNVorna::setCoordinatorFactory(CoordinatorFactory factory) {
-    std::lock_guard lock(factories().mutex);
-    factories().coordinator = std::move(factory);
 }
 
 void VRNVorna::setDefaultPipelineFactories(FileManagerFactory makeFileManager,

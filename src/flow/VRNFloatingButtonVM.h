@@ -3,26 +3,11 @@
 #include <functional>
 #include <mutex>
 
+#include "flow/VRNGeometry.h"
+
 namespace vorna {
 
 class VRNAppRepository;
-
-// A rectangle in points, origin at the top-left corner, y growing downwards.
-struct VRNRect {
-    double x = 0;
-    double y = 0;
-    double width = 0;
-    double height = 0;
-
-    bool operator==(const VRNRect&) const = default;
-    // Left and top edges belong to the rectangle, right and bottom edges do not.
-    bool contains(double px, double py) const {
-        return px >= x && px < x + width && py >= y && py < y + height;
-    }
-};
-
-// The phases of a drag, with the raw values the toolkits use.
-enum class VRNPanState { Possible = 0, Began = 1, Changed = 2, Ended = 3, Cancelled = 4 };
 
 class VRNFloatingButtonVMProtocol {
 public:

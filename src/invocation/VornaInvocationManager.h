@@ -5,6 +5,7 @@
 #include <mutex>
 #include <vector>
 
+#include "flow/VRNGeometry.h"
 #include "platform/VRNNotificationCenter.h"
 #include "vorna/VornaInvocationEvent.h"
 
@@ -21,7 +22,7 @@ public:
 // handler end the pan in progress so that one swipe opens at most one report.
 class VRNEdgeSwipeHandler {
 public:
-    enum class GestureState { Possible = 0, Began = 1, Changed = 2, Ended = 3, Cancelled = 4 };
+    using GestureState = VRNPanState;
 
     void setDelegate(std::weak_ptr<VRNEdgeSwipeHandlerDelegate> delegate) {
         delegate_ = std::move(delegate);

@@ -20,17 +20,36 @@ struct TurboJPEGBufferDeleter {
 
 }  // namespace
 
-VRNImage::VRNImage(int width, int height, double scale, std::vector<uint8_t> rgba)
-    : width_(width), height_(height), scale_(scale), rgba_(std::move(rgba)) {
+VRNImage::VRNImage(int width, int height, double scale, Pixels pixels, VRNPixelLayout layout)
+    : width_(width), height_(height), scale_(scale), layout_(layout) {
     const size_t expected = width_ > 0 && height_ > 0
                                 ? static_cast<size_t>(width_) * static_cast<size_t>(height_) * 4
                                 : 0;
-    if (rgba_.size() != expected) {
+    if (pixels.size() != expected || expected == 0) {
         // A bitmap whose bytes do not match its size cannot be drawn or encoded safely.
         width_ = 0;
         height_ = 0;
-        rgba_.clear();
+        return;
     }
+    pixels_ = std::make_shared<const Pixels>(std::move(pixels));
+}
+
+const VRNImage::Pixels& VRNImage::pixels() const {
+    static const Pixels none;
+    return pixels_ ? *pixels_ : none;
+}
+
+std::array<uint8_t, 4> VRNImage::rgbaAt(int x, int y) const {
+    if (isEmpty() || x < 0 || y < 0 || x >= width_ || y >= height_) {
+        return {0, 0, 0, 0};
+    }
+    const uint8_t* p =
+        pixels_->data() +
+        (static_cast<size_t>(y) * static_cast<size_t>(width_) + static_cast<size_t>(x)) * 4;
+    if (layout_ == VRNPixelLayout::BGRA) {
+        return {p[2], p[1], p[0], p[3]};
+    }
+    return {p[0], p[1], p[2], p[3]};
 }
 
 VRNImage VRNImage::filled(double widthPoints, double heightPoints, double scale, uint8_t red,
@@ -61,8 +80,9 @@ std::optional<VRNData> VRNJPEGRepresentation(const VRNImage& image, double quali
         std::clamp(static_cast<int>(std::lround(std::clamp(quality, 0.0, 1.0) * 100)), 1, 100);
     unsigned char* buffer = nullptr;
     unsigned long size = 0;
-    const int rc = tjCompress2(compressor.get(), image.rgba().data(), image.width(),
-                               image.width() * 4, image.height(), TJPF_RGBA, &buffer, &size,
+    const int format = image.layout() == VRNPixelLayout::BGRA ? TJPF_BGRA : TJPF_RGBA;
+    const int rc = tjCompress2(compressor.get(), image.pixels().data(), image.width(),
+                               image.width() * 4, image.height(), format, &buffer, &size,
                                TJSAMP_420, jpegQuality, TJFLAG_ACCURATEDCT);
     std::unique_ptr<unsigned char, TurboJPEGBufferDeleter> owned(buffer);
     if (rc != 0) {
@@ -70,6 +90,36 @@ std::optional<VRNData> VRNJPEGRepresentation(const VRNImage& image, double quali
         return std::nullopt;
     }
     return VRNData(buffer, buffer + size);
+}
+
+VRNImage VRNImageWithData(const VRNData& data) {
+    std::unique_ptr<void, TurboJPEGDeleter> decompressor(tjInitDecompress());
+    if (!decompressor) {
+        VRNLog("VRNImage: Failed to start JPEG decoding: %s", tjGetErrorStr());
+        return VRNImage();
+    }
+    int width = 0;
+    int height = 0;
+    int subsampling = 0;
+    int colorspace = 0;
+    // The header is read first so that a picture's size is known, and checked, before its
+    // pixels are allocated.
+    if (data.empty() ||
+        tjDecompressHeader3(decompressor.get(), data.data(),
+                            static_cast<unsigned long>(data.size()), &width, &height, &subsampling,
+                            &colorspace) != 0 ||
+        width <= 0 || height <= 0 || width > 32768 || height > 32768) {
+        VRNLog("VRNImage: The data is not a picture the kit can read (%zu bytes)", data.size());
+        return VRNImage();
+    }
+    VRNImage::Pixels pixels(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
+    if (tjDecompress2(decompressor.get(), data.data(), static_cast<unsigned long>(data.size()),
+                      pixels.data(), width, width * 4, height, TJPF_RGBA,
+                      TJFLAG_ACCURATEDCT) != 0) {
+        VRNLog("VRNImage: Failed to decode JPEG: %s", tjGetErrorStr2(decompressor.get()));
+        return VRNImage();
+    }
+    return VRNImage(width, height, 1, std::move(pixels));
 }
 
 VRNData VRNEmptyScreenshotJPEG() {

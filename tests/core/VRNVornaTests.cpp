@@ -3,6 +3,7 @@
 #include "api/VRNAPIAuthResponse.h"
 #include "connectivity/VRNConnection.h"
 #include "core/VRNStarter.h"
+#include "flow/VRNCoordinator.h"
 #include "platform/VRNBundle.h"
 #include "platform/VRNVirtualRunLoop.h"
 #include "state/VRNAppRepository.h"
@@ -41,6 +42,9 @@ protected:
         deps.runLoop = loop;
         deps.notificationCenter = &center;
         deps.makeFileManager = [this] { return reportStore; };
+        deps.makeCoordinator = [this](VRNCoordinatorContext context) {
+            return makeCoordinator ? makeCoordinator(std::move(context)) : nullptr;
+        };
         vorna = std::make_shared<VRNVorna>(std::move(deps));
         vorna->setStarter(std::make_shared<VRNStarter>(api));
     }
@@ -63,6 +67,7 @@ protected:
     std::shared_ptr<VRNAppRepository> repository;
     std::shared_ptr<VRNConnection> connection;
     std::shared_ptr<VRNVorna> vorna;
+    VRNVorna::CoordinatorFactory makeCoordinator;
 };
 
 TEST_F(VRNVornaTest, FailedAuthorizationRetriesAfterDoublingDelays) {
@@ -255,37 +260,75 @@ TEST_F(VRNVornaTest, DisplayWithoutAFlowOpensNothingAndArchivedAutoReportSendsNo
 
 class CountingCoordinator : public VRNCoordinatorProtocol {
 public:
-    void start() override { ++starts; }
+    void start() override {
+        ++starts;
+        if (finishAtOnce && finish) {
+            finish();
+        }
+    }
     void setOnCoordinatorFinish(std::function<void()> onFinish) override {
         finish = std::move(onFinish);
     }
     int starts = 0;
+    bool finishAtOnce = false;
     std::function<void()> finish;
 };
 
 TEST_F(VRNVornaTest, DisplayBuildsOneFlowAtATimeEachWithAFreshBranding) {
     EXPECT_EQ(vorna->branding(), nullptr);
     std::vector<std::shared_ptr<CountingCoordinator>> made;
-    VRNVorna::setCoordinatorFactory([&](auto, auto repo) {
-        EXPECT_EQ(repo, repository);
+    std::vector<VRNCoordinatorContext> contexts;
+    makeCoordinator = [&](VRNCoordinatorContext context) {
+        contexts.push_back(context);
         made.push_back(std::make_shared<CountingCoordinator>());
         return made.back();
-    });
+    };
+    const auto hook = [](std::shared_ptr<VRNVornaReportData> data) { return data; };
+    vorna->setOnPrepareData(hook);
     vorna->display();
+    ASSERT_EQ(contexts.size(), 1u);
+    EXPECT_EQ(contexts[0].appRepository, repository);
+    EXPECT_TRUE(contexts[0].onPrepareData);
     const auto firstLook = vorna->branding();
     ASSERT_NE(firstLook, nullptr);
+    // The flow asks for its look when it builds a screen: the one the facade holds then.
+    EXPECT_EQ(contexts[0].branding(), firstLook);
     firstLook->setSlogan(std::string("changed by a screen"));
     vorna->display();
     ASSERT_EQ(made.size(), 1u);
     EXPECT_EQ(made[0]->starts, 1);
+
+    // The coordinator calls its finish from its own completion: it is let go of only after
+    // that callback has returned.
     made[0]->finish();
+    EXPECT_EQ(vorna->coordinator(), made[0]);
+    loop->drain();
     EXPECT_EQ(vorna->coordinator(), nullptr);
     vorna->display();
     EXPECT_EQ(made.size(), 2u);
     // The second flow is drawn with the built-in look again, not what the first one changed.
     ASSERT_NE(vorna->branding(), firstLook);
     EXPECT_EQ(vorna->branding()->slogan(), VRNBranding().slogan());
-    VRNVorna::setCoordinatorFactory(nullptr);
+
+    // A late second finish of the first flow does not let go of the second.
+    made[0]->finish();
+    loop->drain();
+    EXPECT_EQ(vorna->coordinator(), made[1]);
+}
+
+TEST_F(VRNVornaTest, AFlowThatEndsAsItStartsLetsTheNextInvocationOpenAnother) {
+    int made = 0;
+    makeCoordinator = [&](VRNCoordinatorContext) {
+        ++made;
+        auto coordinator = std::make_shared<CountingCoordinator>();
+        coordinator->finishAtOnce = true;
+        return coordinator;
+    };
+    vorna->display();
+    loop->drain();
+    EXPECT_EQ(vorna->coordinator(), nullptr);
+    vorna->display();
+    EXPECT_EQ(made, 2);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/VRNImage.h"
+#include "support/LogCapture.h"
 
 namespace vorna {
 namespace {
@@ -74,7 +75,7 @@ TEST(ImageTests, QualityIsAFractionOfTheEncodersScaleAndEncodingIsRepeatable) {
     unsigned char* buffer = nullptr;
     unsigned long size = 0;
     ASSERT_EQ(
-        tjCompress2(handle, image.rgba().data(), image.width(), image.width() * 4, image.height(),
+        tjCompress2(handle, image.pixels().data(), image.width(), image.width() * 4, image.height(),
                     TJPF_RGBA, &buffer, &size, TJSAMP_420, 70, TJFLAG_ACCURATEDCT),
         0);
     const VRNData direct(buffer, buffer + size);
@@ -94,16 +95,51 @@ TEST(ImageTests, NothingToEncodeGivesNothing) {
     // Bytes that do not match the size make an empty image rather than a read past the end.
     const VRNImage mismatched(4, 4, 1, std::vector<uint8_t>(10));
     EXPECT_TRUE(mismatched.isEmpty());
-    EXPECT_TRUE(mismatched.rgba().empty());
+    EXPECT_TRUE(mismatched.pixels().empty());
     EXPECT_FALSE(VRNJPEGRepresentation(mismatched, 0.7));
     EXPECT_TRUE(VRNImage::filled(0, 0, 2, 255, 255, 255).isEmpty());
 }
 
 TEST(ImageTests, FilledImagesArePremultiplied) {
-    EXPECT_EQ(VRNImage::filled(1, 1, 1, 200, 100, 0, 128).rgba(),
+    EXPECT_EQ(VRNImage::filled(1, 1, 1, 200, 100, 0, 128).pixels(),
               (std::vector<uint8_t>{100, 50, 0, 128}));
-    EXPECT_EQ(VRNImage::filled(1, 1, 1, 200, 100, 50, 0).rgba(),
+    EXPECT_EQ(VRNImage::filled(1, 1, 1, 200, 100, 50, 0).pixels(),
               (std::vector<uint8_t>{0, 0, 0, 0}));
+}
+
+TEST(ImageTests, EitherByteOrderEncodesTheSamePictureAndDecodesBack) {
+    const VRNImage rgba = twoColours(96, 64);
+    VRNImage::Pixels swapped = rgba.pixels();
+    for (size_t i = 0; i < swapped.size(); i += 4) {
+        std::swap(swapped[i], swapped[i + 2]);
+    }
+    const VRNImage bgra(96, 64, 2, std::move(swapped), VRNPixelLayout::BGRA);
+    EXPECT_EQ(bgra.rgbaAt(8, 20), rgba.rgbaAt(8, 20));
+    const auto jpeg = VRNJPEGRepresentation(bgra, 0.7);
+    ASSERT_TRUE(jpeg);
+    EXPECT_EQ(jpeg, VRNJPEGRepresentation(rgba, 0.7));
+
+    const auto near = [](int a, int b) { return std::abs(a - b) <= 12; };
+    const VRNImage decoded = VRNImageWithData(*jpeg);
+    ASSERT_EQ(decoded.width(), 96);
+    ASSERT_EQ(decoded.height(), 64);
+    EXPECT_EQ(decoded.scale(), 1);
+    const auto left = decoded.rgbaAt(8, 20);
+    EXPECT_TRUE(near(left[0], 220) && near(left[1], 20) && near(left[2], 30) && left[3] == 255);
+
+    // Copies share their pixels.
+    const VRNImage copy = decoded;
+    EXPECT_EQ(copy.sharedPixels(), decoded.sharedPixels());
+
+    // Bytes that are no picture, or that announce one larger than the kit reads, give nothing.
+    test::LogCapture log;
+    EXPECT_TRUE(VRNImageWithData(VRNData{0xde, 0xad}).isEmpty());
+    EXPECT_TRUE(VRNImageWithData({}).isEmpty());
+    VRNData truncated(*jpeg);
+    truncated.resize(truncated.size() / 3);
+    (void)VRNImageWithData(truncated);  // whatever libjpeg makes of half a picture, no crash
+    ASSERT_FALSE(log.lines().empty());
+    EXPECT_EQ(log.lines()[0], "VRNImage: The data is not a picture the kit can read (2 bytes)");
 }
 
 TEST(ImageTests, EmptyScreenshotIsOneWhitePixel) {

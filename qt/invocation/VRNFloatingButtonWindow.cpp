@@ -12,14 +12,11 @@
 
 namespace vorna {
 
-VRNFloatingButtonWindow::VRNFloatingButtonWindow(QWidget* parent)
-    : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                          Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint) {
+VRNFloatingButtonWindow::VRNFloatingButtonWindow()
+    : VRNKitWindow(VRNWindowStack::VRNWindowLevelNormal + 1.0,
+                   Qt::Tool | Qt::WindowDoesNotAcceptFocus) {
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
-    setAttribute(Qt::WA_QuitOnClose, false);
-    setWindowTitle(QStringLiteral("Vorna"));
-    VRNWindowStack::setWindowLevel(this, VRNWindowStack::VRNWindowLevelNormal + 1.0);
 }
 
 void VRNFloatingButtonWindow::setRootViewController(VRNFloatingButtonVC* controller) {
@@ -71,9 +68,6 @@ void VRNFloatingButtonWindow::showEvent(QShowEvent* event) {
     if (QWindow* handle = windowHandle()) {
         // Installing again replaces the earlier installation; the handle may be a new one.
         handle->installEventFilter(this);
-        // The application's life cycle leaves this window out: it is on screen whatever the
-        // host does.
-        handle->setProperty("vornaKitWindow", true);
     }
 }
 

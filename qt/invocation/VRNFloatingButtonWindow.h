@@ -3,6 +3,8 @@
 #include <QPointer>
 #include <QWidget>
 
+#include "qt/platform/VRNKitWindow.h"
+
 class QWindow;
 
 namespace vorna {
@@ -18,11 +20,11 @@ class VRNFloatingButtonVC;
 //   reaches this window is handed, with the moves and the release that follow it, to the
 //   front-most window of the application beneath the pointer.
 // The window never takes the keyboard focus from the host.
-class VRNFloatingButtonWindow : public QWidget {
+class VRNFloatingButtonWindow : public VRNKitWindow {
     Q_OBJECT
 
 public:
-    explicit VRNFloatingButtonWindow(QWidget* parent = nullptr);
+    VRNFloatingButtonWindow();
 
     void setRootViewController(VRNFloatingButtonVC* controller);
     VRNFloatingButtonVC* rootViewController() const;

@@ -5,14 +5,15 @@
 #include <QWindow>
 
 #include "platform/VRNNotificationCenter.h"
+#include "qt/platform/VRNKitWindow.h"
 
 namespace vorna {
 namespace {
 
-// The host's own windows: ordinary windows and dialogs that the kit did not make. The kit marks
-// its overlay windows, which stay on screen whatever the host does.
+// The host's own windows: ordinary windows and dialogs that the kit did not make (the kit's
+// windows stay on screen whatever the host does).
 bool isHostWindow(const QWindow* window) {
-    if (window->property("vornaKitWindow").toBool()) {
+    if (VRNKitWindow::isKitWindow(window)) {
         return false;
     }
     const Qt::WindowType type = window->type();

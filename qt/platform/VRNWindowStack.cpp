@@ -7,10 +7,10 @@
 
 #include <algorithm>
 
+#include "qt/platform/VRNKitWindow.h"
+
 namespace vorna {
 namespace {
-
-constexpr const char* kWindowLevelProperty = "vornaWindowLevel";
 
 QPointer<VRNWindowStack>& currentStack() {
     static QPointer<VRNWindowStack> stack;
@@ -42,14 +42,9 @@ VRNWindowStack* VRNWindowStack::current() {
     return currentStack();
 }
 
-void VRNWindowStack::setWindowLevel(QWidget* window, double level) {
-    window->setProperty(kWindowLevelProperty, level);
-}
-
 double VRNWindowStack::windowLevel(const QWidget* window) {
-    const QVariant explicitLevel = window->property(kWindowLevelProperty);
-    if (explicitLevel.isValid()) {
-        return explicitLevel.toDouble();
+    if (const auto* kit = qobject_cast<const VRNKitWindow*>(window)) {
+        return kit->windowLevel();
     }
     const Qt::WindowType type = window->windowType();
     if (type == Qt::Popup || type == Qt::ToolTip || type == Qt::SplashScreen) {

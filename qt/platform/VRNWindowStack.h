@@ -34,9 +34,8 @@ public:
     // The stack of the running application; null before the binding has made it.
     static VRNWindowStack* current();
 
-    // A window's level: the one a kit window was given, else alert level for pop-ups and tool
-    // tips, status-bar level for windows that stay on top, normal level for the rest.
-    static void setWindowLevel(QWidget* window, double level);
+    // A window's level: a kit window's own, else alert level for pop-ups and tool tips,
+    // status-bar level for windows that stay on top, normal level for the rest.
     static double windowLevel(const QWidget* window);
 
     // Shown top-level widgets, back to front.

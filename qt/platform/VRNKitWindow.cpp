@@ -1,0 +1,32 @@
+#include "qt/platform/VRNKitWindow.h"
+
+#include <QApplication>
+#include <QWindow>
+
+namespace vorna {
+
+VRNKitWindow::VRNKitWindow(double level, Qt::WindowFlags flags)
+    : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                           Qt::NoDropShadowWindowHint | flags),
+      level_(level) {
+    setAttribute(Qt::WA_QuitOnClose, false);
+    setWindowTitle(QStringLiteral("Vorna"));
+}
+
+bool VRNKitWindow::isKitWindow(const QWidget* window) {
+    return qobject_cast<const VRNKitWindow*>(window) != nullptr;
+}
+
+bool VRNKitWindow::isKitWindow(const QWindow* window) {
+    if (!window || !qobject_cast<QApplication*>(QCoreApplication::instance())) {
+        return false;
+    }
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (widget->windowHandle() == window) {
+            return isKitWindow(widget);
+        }
+    }
+    return false;
+}
+
+}  // namespace vorna

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QWidget>
+
+class QWindow;
+
+namespace vorna {
+
+// A top-level window of the kit's own: the floating button, the report flow, the banner. It
+// has a window level above the host's ordinary windows, no frame, stays above the host's
+// windows, and is no part of the host's life cycle (it is on screen whatever the host does).
+// Every window the kit makes is one of these; nothing else marks them.
+class VRNKitWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    // `flags` are added to the kit's own (frameless, stays on top, no shadow).
+    explicit VRNKitWindow(double level, Qt::WindowFlags flags = {});
+
+    double windowLevel() const { return level_; }
+    void setWindowLevel(double level) { level_ = level; }
+
+    static bool isKitWindow(const QWidget* window);
+    static bool isKitWindow(const QWindow* window);
+
+private:
+    double level_;
+};
+
+}  // namespace vorna

@@ -49,6 +49,7 @@ inline constexpr const char* VornaDictKey = "Vorna";
 inline constexpr const char* APIClientID = "APIClientID";
 inline constexpr const char* APIClientSecret = "APIClientSecret";
 inline constexpr const char* kVornaApiURLKey = "VORNA_API_URL";
+inline constexpr const char* kVornaHelpURLKey = "HelpURL";
 inline constexpr const char* kGatheredDataKey = "kGatheredDataKey";
 inline constexpr const char* kQuickFactsKey = "quickFactsKey";
 inline constexpr const char* kAttachedFilesKey = "attachedFilesKey";

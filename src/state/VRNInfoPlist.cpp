@@ -49,4 +49,17 @@ std::optional<std::string> VRNInfoPlist::apiUrl() const {
     return vornaBundle()->stringForKey(kVornaApiURLKey);
 }
 
+std::optional<std::string> VRNInfoPlist::helpUrl() const {
+    // Optional configuration: a host without it is not told so (the credentials' lookups
+    // already say when the dictionary is missing).
+    if (auto own = VRNBundle::mainBundle()->stringInDictionary(VornaDictKey, kVornaHelpURLKey);
+        own && !own->empty()) {
+        return own;
+    }
+    if (auto base = apiUrl()) {
+        return *base + "help";
+    }
+    return std::nullopt;
+}
+
 }  // namespace vorna

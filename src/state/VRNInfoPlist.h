@@ -21,6 +21,9 @@ public:
     std::shared_ptr<VRNBundle> vornaBundle() const;
     // Ends with a slash: request paths are appended to it directly.
     std::optional<std::string> apiUrl() const;
+    // The page behind "Read here" on the compose screen: "HelpURL" of the host's "Vorna"
+    // dictionary, else the backend's own page "help" under the base URL.
+    std::optional<std::string> helpUrl() const;
 };
 
 }  // namespace vorna

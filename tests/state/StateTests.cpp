@@ -51,7 +51,14 @@ TEST_F(Configuration, HostInfoPlistGivesCredentialsAndBundleIdentifier) {
     EXPECT_EQ(info.hostApplicationBundleId(), "com.example.host");
     EXPECT_EQ(VRNBundle::mainBundle()->stringForKey("DTPlatformBuild"), "22A100");
     EXPECT_EQ(info.apiUrl(), "http://127.0.0.1:8642/");
+    EXPECT_EQ(info.helpUrl(), "http://127.0.0.1:8642/help");
     EXPECT_TRUE(log.lines().empty());
+
+    std::string withHelp = kHostPlist;
+    withHelp.replace(withHelp.find("</dict>\n</dict>"), 7,
+                     "<key>HelpURL</key><string>https://help.example.com/bugs</string></dict>");
+    VRNBundle::setMainInfoPlistPath(write(withHelp));
+    EXPECT_EQ(VRNInfoPlist().helpUrl(), "https://help.example.com/bugs");
 }
 
 TEST_F(Configuration, MissingMalformedOrIncompleteInfoPlistLogsOnceAndAnswersNothing) {

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "flow/VRNFloatingButtonTracker.h"
 #include "flow/VRNFloatingButtonVM.h"
 #include "state/VRNAppRepository.h"
 #include "support/TempDir.h"
@@ -48,6 +49,57 @@ TEST_F(FloatingButtonVMTest, TapCallsTheInstalledCallbackIfAny) {
     viewModel.setVornaFloatingButtonInvocationCallback([&] { ++calls; });
     viewModel.didPressVornaButton();
     EXPECT_EQ(calls, 1);
+}
+
+class FloatingButtonTrackerTest : public testing::Test {
+protected:
+    std::vector<std::string> events;
+    VRNFloatingButtonTracker tracker{VRNFloatingButtonTracker::Callbacks{
+        [this](VRNPanState state, VRNPoint step) {
+            events.push_back("pan " + std::to_string(static_cast<int>(state)) + " " +
+                             std::to_string(static_cast<int>(step.x)) + "," +
+                             std::to_string(static_cast<int>(step.y)));
+        },
+        [this] { events.push_back("tap"); },
+        [this](bool down) { events.push_back(down ? "down" : "up"); },
+        [this](bool watching) { events.push_back(watching ? "watch" : "unwatch"); }}};
+};
+
+TEST_F(FloatingButtonTrackerTest, APressThatStaysIsATapOnlyWhenReleasedOnTheButton) {
+    tracker.press({100, 100});
+    tracker.move({103, 100}, 10);  // less than the drag distance
+    tracker.release({103, 100}, true);
+    EXPECT_EQ(events, (std::vector<std::string>{"down", "watch", "up", "unwatch", "tap"}));
+
+    events.clear();
+    tracker.press({100, 100});
+    tracker.release({100, 100}, false);
+    EXPECT_EQ(events, (std::vector<std::string>{"down", "watch", "up", "unwatch"}));
+}
+
+TEST_F(FloatingButtonTrackerTest, AMoveBeyondTheDragDistanceDragsWithStepsSinceTheLastReport) {
+    tracker.press({100, 100});
+    tracker.move({112, 100}, 10);
+    tracker.move({120, 90}, 10);
+    tracker.release({121, 95}, true);
+    EXPECT_EQ(events, (std::vector<std::string>{"down", "watch", "up", "pan 1 12,0", "pan 2 8,-10",
+                                                "up", "unwatch", "pan 3 1,5"}));
+    EXPECT_FALSE(tracker.isTracking());
+}
+
+TEST_F(FloatingButtonTrackerTest, ACancelledDragIgnoresItsRelease) {
+    tracker.press({0, 0});
+    tracker.move({20, 0}, 10);
+    events.clear();
+    tracker.cancel();
+    tracker.release({30, 0}, true);
+    tracker.move({40, 0}, 10);  // no press under way: nothing
+    EXPECT_EQ(events, (std::vector<std::string>{"up", "unwatch", "pan 4 0,0"}));
+    // The next press starts afresh.
+    events.clear();
+    tracker.press({0, 0});
+    tracker.release({0, 0}, true);
+    EXPECT_EQ(events.back(), "tap");
 }
 
 }  // namespace

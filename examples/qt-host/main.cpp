@@ -4,12 +4,16 @@
 //   vorna-qt-host                      run it
 //   vorna-qt-host --capture shot.png   save a picture of the whole screen after two seconds
 //                                      and quit (the README's picture is made so, under Xvfb)
+//   vorna-qt-host --language de        the kit's screens in German (default: the system's
+//                                      language, when the host has the kit's texts in it)
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QGuiApplication>
+#include <QLocale>
 #include <QScreen>
 #include <QTimer>
+#include <QTranslator>
 
 #include <vorna/Vorna.h>
 
@@ -25,7 +29,20 @@ int main(int argc, char** argv) {
                                      QStringLiteral("Save the screen to <png> and quit."),
                                      QStringLiteral("png"));
     options.addOption(capture);
+    const QCommandLineOption language(QStringLiteral("language"),
+                                      QStringLiteral("Show the kit's texts in <language> (de)."),
+                                      QStringLiteral("language"));
+    options.addOption(language);
     options.process(app);
+
+    // The kit's texts are the host's to translate: every one of them is looked up under the
+    // context "Vorna" among the application's translators, and shows in English otherwise.
+    QTranslator kitTexts;
+    const QLocale locale = options.isSet(language) ? QLocale(options.value(language)) : QLocale();
+    if (kitTexts.load(locale, QStringLiteral("vorna"), QStringLiteral("_"),
+                      QStringLiteral(":/translations"))) {
+        app.installTranslator(&kitTexts);
+    }
 
     // The desk fills the screen, as an application does on a phone: the kit's round button
     // floats over it.

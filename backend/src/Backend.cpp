@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <thread>
 
+#include "HelpPage.h"
 #include "MultipartParser.h"
 #include "ReportPage.h"
 #include "Text.h"
@@ -76,7 +77,7 @@ bool isLoopback(const std::string& address) {
 // The pages and lists that show what was received, and the admin calls, are not traffic of
 // the kit; the journal leaves them out so that tests see only what their client sent.
 bool isJournaled(const std::string& path) {
-    return !(path == "/" || path == "/reports" || path == "/favicon.ico" ||
+    return !(path == "/" || path == "/reports" || path == "/help" || path == "/favicon.ico" ||
              path.starts_with("/admin/") || path.starts_with("/files/") ||
              path.starts_with("/api/reports"));
 }
@@ -206,6 +207,9 @@ void Backend::install(HttpServer& server) {
 
     server.Get(R"(/files/([0-9a-f]{1,64})(/.*)?)", viewRoute(&Backend::serveFile));
     server.Get(R"(/(reports)?)", viewRoute(&Backend::reportsPage));
+    server.Get(R"(/help)", [](const Request&, Response& res) {
+        res.set_content(helpPageHtml(), "text/html; charset=utf-8");
+    });
     server.Get(R"(/api/reports)", viewRoute(&Backend::reportsJson));
     server.Get(R"(/api/reports/([0-9]+))", viewRoute(&Backend::reportDocument));
 

@@ -107,5 +107,11 @@ TEST_F(BackendTest, ReportPageEscapesClientTextAndDrawsHistories) {
     EXPECT_EQ(backend().request("GET", "/reports").body, html);
 }
 
+TEST_F(BackendTest, TheHelpPageTheComposeScreenLinksToIsServed) {
+    const auto help = backend().request("GET", "/help");
+    EXPECT_EQ(help.status, 200);
+    EXPECT_NE(help.body.find("<title>How to report better bugs</title>"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace vorna::backend::test

@@ -25,7 +25,7 @@ namespace vorna {
 namespace {
 
 constexpr QSize kCloseButtonSize(46, 46);
-constexpr double kBarTitleSize = 18;
+constexpr double kTitleSize = 18;  // bar title, Next and Reset
 constexpr const char* kSelectionMark = "Circle-active-color";
 
 // The kit's face when it is registered, else the platform's default face at the same size.
@@ -115,12 +115,13 @@ void VRNScreenshotVC::viewDidLoad() {
     setLeftBarButton(closeButton_);
 
     resetButton_ =
-        titleButton(QStringLiteral("Reset"), faceOr(Fonts::fontMediumOfSize(18), 18, QFont::Medium),
+        titleButton(QStringLiteral("Reset"),
+                    faceOr(Fonts::fontMediumOfSize(kTitleSize), kTitleSize, QFont::Medium),
                     QGuiApplication::palette().color(QPalette::PlaceholderText));
     connect(resetButton_, &QAbstractButton::clicked, this, &VRNScreenshotVC::reset);
     resetBarButtonItem_ = wrap(resetButton_);
-    // The item's own title font; the item shows its button, so it only shows where a toolkit
-    // draws the item's title itself.
+    // The item's own title font, where the face exists. An item that shows a button draws no
+    // title of its own, so Reset keeps the button's medium face.
     if (QFontDatabase::hasFamily(QStringLiteral("Helvetica Neue"))) {
         QFont light =
             QFontDatabase::font(QStringLiteral("Helvetica Neue"), QStringLiteral("Light"), 17);
@@ -168,12 +169,16 @@ void VRNScreenshotVC::viewDidLoad() {
 
 void VRNScreenshotVC::viewWillAppear(bool animated) {
     VRNViewController::viewWillAppear(animated);
-    screenshotView_->setSafeAreaTop(safeAreaTop());
+    if (screenshotView_) {
+        screenshotView_->setSafeAreaTop(safeAreaTop());
+    }
 }
 
 void VRNScreenshotVC::viewDidLayoutSubviews() {
     VRNViewController::viewDidLayoutSubviews();
-    screenshotView_->setSafeAreaTop(safeAreaTop());
+    if (screenshotView_) {
+        screenshotView_->setSafeAreaTop(safeAreaTop());
+    }
 }
 
 void VRNScreenshotVC::setScreenshotImageView() {
@@ -246,7 +251,7 @@ void VRNScreenshotVC::updateBranding() {
     screenshotView_->setAutoFillBackground(true);
 
     auto* title = new QLabel(QStringLiteral("First, mark the bug"));
-    title->setFont(faceOr(Fonts::fontBoldOfSize(kBarTitleSize), kBarTitleSize, QFont::Bold));
+    title->setFont(faceOr(Fonts::fontBoldOfSize(kTitleSize), kTitleSize, QFont::Bold));
     QPalette titlePalette = title->palette();
     titlePalette.setColor(QPalette::WindowText, Qt::white);
     title->setPalette(titlePalette);
@@ -254,7 +259,7 @@ void VRNScreenshotVC::updateBranding() {
 
     nextButton_ =
         titleButton(QStringLiteral("Next"),
-                    faceOr(Fonts::fontMediumOfSize(kBarTitleSize), kBarTitleSize, QFont::Medium),
+                    faceOr(Fonts::fontMediumOfSize(kTitleSize), kTitleSize, QFont::Medium),
                     VRNQtColor::toQColor(branding_->highlightedTextColor()));
     connect(nextButton_, &QAbstractButton::clicked, this, &VRNScreenshotVC::nextButtonTapped);
     setRightBarButton(nextButton_);

@@ -29,7 +29,8 @@ std::optional<int64_t> VRNAnnotationColors::storedIndex(const VRNAppRepository& 
 }
 
 void VRNAnnotationColors::storeIndex(VRNAppRepository& repository, int64_t index) {
-    repository.setLastUsedColor(VRNDefaultsValue{index});
+    const std::optional<VRNDefaultsValue> stored(std::in_place, std::in_place_type<int64_t>, index);
+    repository.setLastUsedColor(stored);
 }
 
 int64_t VRNAnnotationColors::integerValue(const VRNDefaultsValue& value) {

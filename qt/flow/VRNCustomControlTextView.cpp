@@ -110,11 +110,12 @@ bool VRNCustomControlTextView::replaceText(int start, int length, const QString&
     cursor.setPosition(from);
     cursor.setPosition(to, QTextCursor::KeepAnchor);
     cursor.insertText(replacement);
-    setTextCursor(cursor);
-    ensureCursorVisible();
+    // The view takes its new height first, so that the caret is kept in view in that height.
     if (delegate_) {
         delegate_->textViewDidChange(this);
     }
+    setTextCursor(cursor);
+    ensureCursorVisible();
     return true;
 }
 

@@ -158,6 +158,8 @@ TEST_F(ResizingTextViewTest, GrowsForOneTwoAndThreeLinesThenScrollsAtTheThreeLin
     newLine();
     type(QStringLiteral("two"));
     const double two = field->textViewHeight();
+    // The new line made room for itself: the first one is still in view.
+    EXPECT_EQ(textView()->verticalScrollBar()->value(), 0);
     newLine();
     type(QStringLiteral("three"));
     const double three = field->textViewHeight();

@@ -69,16 +69,6 @@ TEST(ResizingTextPlaceholderRules, RealTextThatSpellsTheSentenceIsTakenForIt) {
     EXPECT_TRUE(VRNTextPlaceholderRules::pinsCaret(true, true));
 }
 
-TEST(ResizingTextPlaceholderRules, AnEditThatWouldLeaveNothingOtherwiseEmptiesTheField) {
-    // Replacing more than the text holds: the field is emptied into real text, the edit refused.
-    const auto decision = VRNTextPlaceholderRules::shouldChangeText(onRealText(0, 2, 2));
-    EXPECT_EQ(decision, (VRNTextEditDecision{.allow = false,
-                                             .showPlaceholder = false,
-                                             .clearToRealText = true,
-                                             .caretToStart = true,
-                                             .resize = false}));
-}
-
 class ResizingTextGrowth : public testing::Test {
 protected:
     void SetUp() override { threeLinesHeight = 0.0; }

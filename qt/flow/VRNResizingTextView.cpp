@@ -69,6 +69,13 @@ int rounded(double points) {
     return static_cast<int>(std::lround(points));
 }
 
+// The text equals the sentence: compared only when the lengths match, so a long description
+// is not copied at every key.
+bool showsSentence(const VRNCustomControlTextView* textView, const QString& sentence) {
+    return textView->document()->characterCount() - 1 == sentence.size() &&
+           textView->text() == sentence;
+}
+
 }  // namespace
 
 VRNResizingTextView::VRNResizingTextView(QWidget* parent) : QWidget(parent) {
@@ -112,17 +119,6 @@ void VRNResizingTextView::applyNonPlaceholderStyleIn(VRNCustomControlTextView* t
 bool VRNResizingTextView::isPlaceholderColor(const VRNCustomControlTextView* textView) const {
     return textView->textColor() == VRNScreenStyle::color(Colors::slateColor());
 }
-
-namespace {
-
-// The text equals the sentence: compared only when the lengths match, so a long description
-// is not copied at every key.
-bool showsSentence(const VRNCustomControlTextView* textView, const QString& sentence) {
-    return textView->document()->characterCount() - 1 == sentence.size() &&
-           textView->text() == sentence;
-}
-
-}  // namespace
 
 bool VRNResizingTextView::textViewShouldChangeText(VRNCustomControlTextView* textView, int,
                                                    int length, const QString& replacement) {

@@ -6,9 +6,14 @@
 #include <QTextBlock>
 #include <QTextDocument>
 #include <QTextLayout>
+#include <QTranslator>
 
+#include "flow/VRNMessageBannerManager.h"
 #include "flow/VRNReportingDisabledPopupVM.h"
+#include "platform/VRNVirtualRunLoop.h"
 #include "qt/flow/VRNAttributedLabel.h"
+#include "qt/flow/VRNMessageBannerVC.h"
+#include "qt/flow/VRNMessageBannerWindow.h"
 #include "qt/flow/VRNNavigationStack.h"
 #include "qt/flow/VRNReportingDisabledPopupVC.h"
 #include "qt/flow/VRNViewController.h"
@@ -37,6 +42,20 @@ protected:
         QObject::connect(button, &QPushButton::clicked, [this] { ++clicks; });
         return view;
     }
+};
+
+// Translates the banner's text, as a host's translation file would.
+class GermanTranslator : public QTranslator {
+public:
+    QString translate(const char* context, const char* sourceText, const char*,
+                      int) const override {
+        if (QLatin1String(context) == QLatin1String("Vorna") &&
+            QLatin1String(sourceText) == QLatin1String("Bug submitted successfully.")) {
+            return QStringLiteral("Fehlerbericht erfolgreich gesendet.");
+        }
+        return QString();
+    }
+    bool isEmpty() const override { return false; }
 };
 
 QColor over(const QColor& top, const QColor& beneath) {
@@ -145,6 +164,124 @@ TEST_F(ReportingDisabledPopupTest, TheOwlSitsCentredOnTheCapitalsOfItsLine) {
     // It stays within its line: nothing of it runs into the next one.
     EXPECT_GE(owl.top(), top);
     EXPECT_LE(owl.bottom(), top + line.height());
+}
+
+class MessageBannerTest : public testing::Test {
+protected:
+    test::ScopedScreen screen{375, 812};
+    const QRect bounds{0, 0, 375, 812};
+};
+
+TEST_F(MessageBannerTest, BannerIsAStripNearTheBottomWithTheCheckMarkAndTheText) {
+    VRNMessageBannerWindow window(bounds);
+    EXPECT_EQ(window.windowLevel(), 2.0);
+    EXPECT_EQ(window.geometry(), bounds);
+    test::showWindow(&window, false);
+
+    VRNMessageBannerVC* banner = window.rootViewController();
+    EXPECT_EQ(banner->view()->geometry(), bounds);
+    EXPECT_EQ(banner->bannerView()->geometry(), QRect(10, 812 - 10 - 60, 355, 60));
+    EXPECT_EQ(banner->imageView()->geometry(), QRect(18, 18, 30, 30));
+    const QRect label = banner->label()->geometry();
+    EXPECT_EQ(label.left(), 18 + 30 + 18);
+    EXPECT_EQ(label.right() + 1, 355 - 18);
+    EXPECT_NEAR(label.center().y(), 30, 1);
+    EXPECT_EQ(banner->label()->alignment(), Qt::AlignCenter);
+    EXPECT_EQ(banner->label()->palette().color(QPalette::WindowText), QColor(Qt::white));
+
+    // Clear around the banner, black at 60 % on it, nothing in its rounded corners.
+    const QImage picture = window.grab().toImage();
+    EXPECT_EQ(picture.pixelColor(100, 300).alpha(), 0);
+    const QColor inside = picture.pixelColor(10 + 200, 742 + 5);
+    EXPECT_NEAR(inside.alpha(), 153, 2);
+    EXPECT_EQ(inside.red(), 0);
+    EXPECT_EQ(picture.pixelColor(10, 742).alpha(), 0);
+    EXPECT_EQ(picture.pixelColor(10 + 354, 742 + 59).alpha(), 0);
+    EXPECT_NEAR(picture.pixelColor(10 + 10, 742).alpha(), 153, 2);
+}
+
+TEST_F(MessageBannerTest, TextIsTheKeyWithoutATranslationAndTheHostsWithOne) {
+    {
+        VRNMessageBannerWindow window(bounds);
+        EXPECT_EQ(window.rootViewController()->label()->text(),
+                  QStringLiteral("Bug submitted successfully."));
+    }
+    GermanTranslator german;
+    ASSERT_TRUE(QCoreApplication::installTranslator(&german));
+    VRNMessageBannerWindow window(bounds);
+    EXPECT_EQ(window.rootViewController()->label()->text(),
+              QStringLiteral("Fehlerbericht erfolgreich gesendet."));
+    QCoreApplication::removeTranslator(&german);
+}
+
+TEST_F(MessageBannerTest, AClickOnTheBannerReachesTheWindowBeneathAndTheFocusStaysThere) {
+    QWidget host;
+    host.setGeometry(bounds);
+    auto* button = new QPushButton(QStringLiteral("Beneath"), &host);
+    button->setGeometry(100, 740, 175, 60);  // under the banner's text
+    int clicks = 0;
+    QObject::connect(button, &QPushButton::clicked, [&clicks] { ++clicks; });
+    test::showWindow(&host);
+
+    VRNMessageBannerWindow window(bounds);
+    test::showWindow(&window, false);
+    EXPECT_TRUE(window.windowFlags().testFlag(Qt::WindowTransparentForInput));
+    EXPECT_TRUE(window.windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus));
+
+    test::Pointer pointer(window.windowHandle());
+    pointer.click(QPointF(187.5, 772));
+    EXPECT_EQ(clicks, 1);
+    pointer.click(QPointF(20, 20));  // beside the button: the host's, which ignores it
+    EXPECT_EQ(clicks, 1);
+    EXPECT_EQ(QApplication::activeWindow(), &host);
+}
+
+TEST_F(MessageBannerTest, ManagerShowsAndHidesTheWindowOnItsRunLoop) {
+    auto loop = std::make_shared<VRNVirtualRunLoop>();
+    VRNMessageBannerWindow* window = nullptr;
+    auto manager = std::make_shared<VRNMessageBannerManager>(loop, [&] {
+        auto made = std::make_shared<VRNMessageBannerWindow>(bounds);
+        window = made.get();
+        return made;
+    });
+    ASSERT_TRUE(window);
+    const auto shown = [&] {
+        test::settle();
+        return window->isVisible() && !window->isHidden();
+    };
+    // Made shown: the first banner of the process is on screen at once.
+    EXPECT_TRUE(shown());
+    manager->showBanner();
+    loop->advance(2.99);
+    EXPECT_TRUE(shown());
+    loop->advance(0.01);
+    EXPECT_FALSE(shown());
+
+    // From hidden: shown half a second after the call, hidden three seconds after it.
+    manager->showBanner();
+    loop->advance(0.49);
+    EXPECT_FALSE(shown());
+    loop->advance(0.01);
+    EXPECT_TRUE(shown());
+    loop->advance(2.49);
+    EXPECT_TRUE(shown());
+    loop->advance(0.01);
+    EXPECT_FALSE(shown());
+
+    // A second report two seconds after the first: the first call's hide ends the second
+    // banner after half a second, and its own hide finds it hidden already.
+    manager->showBanner();
+    loop->advance(2.0);
+    manager->showBanner();
+    loop->advance(0.5);
+    EXPECT_TRUE(shown());
+    loop->advance(0.5);
+    EXPECT_FALSE(shown());
+    loop->advance(1.99);
+    EXPECT_FALSE(shown());
+    loop->advance(0.01);
+    EXPECT_FALSE(shown());
+    EXPECT_FALSE(loop->hasPendingTimers());
 }
 
 }  // namespace

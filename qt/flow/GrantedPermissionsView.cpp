@@ -2,12 +2,10 @@
 
 #include <QLabel>
 
-#include "platform/VRNLocalizedString.h"
 #include "qt/flow/PermissionSwitchView.h"
 #include "qt/flow/VRNColumnLayout.h"
-#include "qt/flow/VRNFlowFonts.h"
+#include "qt/flow/VRNScreenStyle.h"
 #include "qt/flow/VRNSeparatorView.h"
-#include "qt/theme/VRNQtColor.h"
 #include "theme/Colors.h"
 
 namespace vorna {
@@ -16,13 +14,11 @@ namespace {
 constexpr double kPartsWidth = 0.8;
 
 QLabel* makeLabel(const char* key, const QFont& font, const VRNColor& color, QWidget* parent) {
-    auto* label = new QLabel(QString::fromStdString(VRNLocalizedString(key)), parent);
+    auto* label = new QLabel(VRNScreenStyle::localized(key), parent);
     label->setFont(font);
     label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     label->setWordWrap(true);
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, VRNQtColor::toQColor(color));
-    label->setPalette(palette);
+    VRNScreenStyle::setTextColor(label, VRNScreenStyle::color(color));
     return label;
 }
 
@@ -31,7 +27,8 @@ QLabel* makeLabel(const char* key, const QFont& font, const VRNColor& color, QWi
 GrantedPermissionsView::GrantedPermissionsView(const QStringList& permissions, QWidget* parent)
     : QWidget(parent), grantedPermissions_(permissions) {
     separatorView_ = new VRNSeparatorView(this);
-    titleLabel_ = makeLabel("Granted permissions", VRNFlowFonts::bold(20), Colors::black(), this);
+    titleLabel_ =
+        makeLabel("Granted permissions", VRNScreenStyle::boldFont(20), Colors::black(), this);
     permissionsStack_ = new QWidget(this);
     auto* stack = new VRNColumnLayout(permissionsStack_);
     for (const QString& permission : grantedPermissions_) {
@@ -39,7 +36,7 @@ GrantedPermissionsView::GrantedPermissionsView(const QStringList& permissions, Q
                          stack->count() == 0 ? 0 : kRowSpacing);
     }
     noteLabel_ = makeLabel("ALL OTHERS WERE EITHER DENIED OR NOT ASKED FOR.",
-                           VRNFlowFonts::bold(11), Colors::coolGreyColor(), this);
+                           VRNScreenStyle::boldFont(11), Colors::coolGreyColor(), this);
 
     auto* layout = new VRNColumnLayout(this);
     layout->addWidget(separatorView_, kPartsWidth);

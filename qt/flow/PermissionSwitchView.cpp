@@ -5,9 +5,8 @@
 
 #include "platform/VRNDeviceProvider.h"
 #include "qt/flow/VRNColumnLayout.h"
-#include "qt/flow/VRNFlowFonts.h"
+#include "qt/flow/VRNScreenStyle.h"
 #include "qt/theme/VRNKitImages.h"
-#include "qt/theme/VRNQtColor.h"
 #include "theme/Colors.h"
 
 namespace vorna {
@@ -23,10 +22,8 @@ PermissionSwitchView::PermissionSwitchView(const QString& permissionDescription,
     auto* name = new QLabel(permissionDesc_, row);
     permissionNameLabel_ = name;
     name->setTextFormat(Qt::PlainText);
-    name->setFont(VRNFlowFonts::regular(16));
-    QPalette palette = name->palette();
-    palette.setColor(QPalette::WindowText, VRNQtColor::toQColor(Colors::gunmetalColor()));
-    name->setPalette(palette);
+    name->setFont(VRNScreenStyle::regularFont(16));
+    VRNScreenStyle::setTextColor(name, VRNScreenStyle::color(Colors::gunmetalColor()));
     // The name keeps to its text; the switch sits at the row's far end.
     name->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Preferred);
 

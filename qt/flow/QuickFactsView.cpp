@@ -2,10 +2,8 @@
 
 #include <QLabel>
 
-#include "platform/VRNLocalizedString.h"
 #include "qt/flow/VRNColumnLayout.h"
-#include "qt/flow/VRNFlowFonts.h"
-#include "qt/theme/VRNQtColor.h"
+#include "qt/flow/VRNScreenStyle.h"
 #include "theme/Colors.h"
 
 namespace vorna {
@@ -20,9 +18,7 @@ QLabel* makeLabel(const QString& text, const QFont& font, const VRNColor& color,
     label->setWordWrap(true);
     // The host's facts are shown as written, never as markup.
     label->setTextFormat(Qt::PlainText);
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, VRNQtColor::toQColor(color));
-    label->setPalette(palette);
+    VRNScreenStyle::setTextColor(label, VRNScreenStyle::color(color));
     return label;
 }
 
@@ -30,9 +26,10 @@ QLabel* makeLabel(const QString& text, const QFont& font, const VRNColor& color,
 
 QuickFactsView::QuickFactsView(const QString& quickFacts, QWidget* parent)
     : QWidget(parent), quickFacts_(quickFacts) {
-    titleLabel_ = makeLabel(QString::fromStdString(VRNLocalizedString("Quick Facts")),
-                            VRNFlowFonts::bold(20), Colors::black(), this);
-    factsLabel_ = makeLabel(quickFacts_, VRNFlowFonts::regular(16), Colors::gunmetalColor(), this);
+    titleLabel_ = makeLabel(VRNScreenStyle::localized("Quick Facts"), VRNScreenStyle::boldFont(20),
+                            Colors::black(), this);
+    factsLabel_ =
+        makeLabel(quickFacts_, VRNScreenStyle::regularFont(16), Colors::gunmetalColor(), this);
     auto* layout = new VRNColumnLayout(this);
     layout->addWidget(titleLabel_, kPartsWidth);
     layout->addWidget(factsLabel_, kPartsWidth, kTitleToFacts);

@@ -3,9 +3,8 @@
 #include <QLabel>
 
 #include "qt/flow/VRNColumnLayout.h"
-#include "qt/flow/VRNFlowFonts.h"
+#include "qt/flow/VRNScreenStyle.h"
 #include "qt/flow/VRNSeparatorView.h"
-#include "qt/theme/VRNQtColor.h"
 #include "theme/Colors.h"
 
 namespace vorna {
@@ -26,9 +25,7 @@ QLabel* makeLabel(const QFont& font, const VRNColor& color, QWidget* parent) {
     label->setWordWrap(true);
     // Facts are shown as gathered, never read as markup.
     label->setTextFormat(Qt::PlainText);
-    QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, VRNQtColor::toQColor(color));
-    label->setPalette(palette);
+    VRNScreenStyle::setTextColor(label, VRNScreenStyle::color(color));
     return label;
 }
 
@@ -43,8 +40,10 @@ TitledLabelView::~TitledLabelView() = default;
 
 void TitledLabelView::commonSetup() {
     placement_ = VRNSeparatorPlacement::forStyle(separatorStyle);
-    titleLabel_ = makeLabel(VRNFlowFonts::bold(kTitleFontSize), Colors::coolGreyColor(), this);
-    detailLabel_ = makeLabel(VRNFlowFonts::regular(kDetailFontSize), Colors::gunmetalColor(), this);
+    titleLabel_ =
+        makeLabel(VRNScreenStyle::boldFont(kTitleFontSize), Colors::coolGreyColor(), this);
+    detailLabel_ =
+        makeLabel(VRNScreenStyle::regularFont(kDetailFontSize), Colors::gunmetalColor(), this);
     separatorView_ = new VRNSeparatorView(this);
 
     auto* layout = new VRNColumnLayout(this);

@@ -7,8 +7,7 @@
 #include <algorithm>
 
 #include "platform/VRNDeviceProvider.h"
-#include "platform/VRNLocalizedString.h"
-#include "qt/flow/VRNFlowFonts.h"
+#include "qt/flow/VRNScreenStyle.h"
 #include "qt/theme/VRNKitImages.h"
 
 namespace vorna {
@@ -59,14 +58,11 @@ void VRNMessageBannerVC::viewDidLoad() {
                                               VRNDeviceProvider::current()->mainScreen().scale));
     image->setGeometry(kImageInset, kImageInset, kImageSide, kImageSide);
 
-    auto* text = new QLabel(
-        QString::fromStdString(VRNLocalizedString("Bug submitted successfully.")), banner);
+    auto* text = new QLabel(VRNScreenStyle::localized("Bug submitted successfully."), banner);
     label_ = text;
     text->setAlignment(Qt::AlignCenter);
-    text->setFont(VRNFlowFonts::regular(kLabelFontSize));
-    QPalette palette = text->palette();
-    palette.setColor(QPalette::WindowText, Qt::white);
-    text->setPalette(palette);
+    text->setFont(VRNScreenStyle::regularFont(kLabelFontSize));
+    VRNScreenStyle::setTextColor(text, Qt::white);
     viewDidLayoutSubviews();
 }
 

@@ -10,11 +10,9 @@
 
 #include "flow/VRNReportingDisabledPopupVM.h"
 #include "platform/VRNDeviceProvider.h"
-#include "platform/VRNLocalizedString.h"
 #include "qt/flow/VRNAttributedLabel.h"
-#include "qt/flow/VRNFlowFonts.h"
+#include "qt/flow/VRNScreenStyle.h"
 #include "qt/theme/VRNKitImages.h"
-#include "qt/theme/VRNQtColor.h"
 #include "theme/Colors.h"
 
 namespace vorna {
@@ -29,10 +27,6 @@ constexpr int kBottomInset = 10;
 constexpr int kTitleToDescription = 16;
 constexpr int kDescriptionToButton = 10;
 
-QString localized(const char* key) {
-    return QString::fromStdString(VRNLocalizedString(key));
-}
-
 // The veil over the screen beneath, holding the card in its middle.
 class PopupBackdrop : public QWidget {
 public:
@@ -42,7 +36,7 @@ public:
 
 protected:
     void paintEvent(QPaintEvent*) override {
-        QPainter(this).fillRect(rect(), VRNQtColor::toQColor(Colors::shadow()));
+        QPainter(this).fillRect(rect(), VRNScreenStyle::color(Colors::shadow()));
     }
     void resizeEvent(QResizeEvent*) override {
         if (!card) {
@@ -66,7 +60,7 @@ protected:
         painter.setRenderHint(QPainter::Antialiasing);
         QPainterPath card;
         card.addRoundedRect(QRectF(rect()), kCornerRadius, kCornerRadius);
-        painter.fillPath(card, VRNQtColor::toQColor(Colors::whiteColor()));
+        painter.fillPath(card, VRNScreenStyle::color(Colors::whiteColor()));
     }
 };
 
@@ -95,23 +89,22 @@ void VRNReportingDisabledPopupVC::setupUI() {
     reportDisabledPopupView_ = card;
     backdrop->card = card;
 
-    auto* title = new QLabel(localized("Reporting disabled"), card);
+    auto* title = new QLabel(VRNScreenStyle::localized("Reporting disabled"), card);
     titleLabel_ = title;
     title->setAlignment(Qt::AlignHCenter);
     title->setWordWrap(true);
-    title->setFont(VRNFlowFonts::bold(26));
-    QPalette titlePalette = title->palette();
-    titlePalette.setColor(QPalette::WindowText, VRNQtColor::toQColor(Colors::black()));
-    title->setPalette(titlePalette);
+    title->setFont(VRNScreenStyle::boldFont(26));
+    VRNScreenStyle::setTextColor(title, VRNScreenStyle::color(Colors::black()));
 
     auto* description = new VRNAttributedLabel(card);
     descriptionLabel_ = description;
-    const QFont descriptionFont = VRNFlowFonts::regular(18);
+    const QFont descriptionFont = VRNScreenStyle::regularFont(18);
     description->setFont(descriptionFont);
-    description->setTextColor(VRNQtColor::toQColor(Colors::slate()));
+    description->setTextColor(VRNScreenStyle::color(Colors::slate()));
     description->setAlignment(Qt::AlignHCenter);
     description->setLineSpacing(2);
-    description->appendText(localized("App's administrator has disabled bug reporting for now "));
+    description->appendText(
+        VRNScreenStyle::localized("App's administrator has disabled bug reporting for now "));
     // Centred on the capitals: half of what the owl is taller than they are goes below the
     // baseline.
     const double capHeight = QFontMetricsF(descriptionFont).capHeight();
@@ -119,13 +112,13 @@ void VRNReportingDisabledPopupVC::setupUI() {
         VRNKitImages::imageNamed(QStringLiteral("owl"), kOwlSize,
                                  VRNDeviceProvider::current()->mainScreen().scale),
         QRectF(0, (capHeight - kOwlSize.height()) * 0.5, kOwlSize.width(), kOwlSize.height()));
-    description->appendText(localized(" Try restarting the app or contact admin."));
+    description->appendText(VRNScreenStyle::localized(" Try restarting the app or contact admin."));
 
-    auto* dismiss = new QPushButton(localized("Dismiss"), card);
+    auto* dismiss = new QPushButton(VRNScreenStyle::localized("Dismiss"), card);
     dismissButton_ = dismiss;
-    dismiss->setFont(VRNFlowFonts::bold(20));
+    dismiss->setFont(VRNScreenStyle::boldFont(20));
     dismiss->setCursor(Qt::PointingHandCursor);
-    const QColor tint = VRNQtColor::toQColor(Colors::defaultLightBlue());
+    const QColor tint = VRNScreenStyle::color(Colors::defaultLightBlue());
     // A text button: the tint is its title's colour, fainter while it is held down; the
     // content insets are its padding.
     dismiss->setStyleSheet(QStringLiteral("QPushButton { border: none; background: transparent; "

@@ -110,7 +110,13 @@ VRNInspectBugVC::VRNInspectBugVC(std::shared_ptr<VRNInspectBugVM> viewModel,
     }
 }
 
-VRNInspectBugVC::~VRNInspectBugVC() = default;
+VRNInspectBugVC::~VRNInspectBugVC() {
+    // The view goes after this part of the screen: a scrolled column that resets its offset
+    // while it is taken down must not reach the header through it.
+    if (scrollView_) {
+        scrollView_->verticalScrollBar()->disconnect(this);
+    }
+}
 
 QWidget* VRNInspectBugVC::loadView() {
     auto* view = new QWidget();

@@ -389,6 +389,14 @@ TEST_F(InspectBugScreenTest, ScrollingTheColumnDeepensTheHeadersShadow) {
     wheel(-400);
     EXPECT_EQ(column->verticalScrollBar()->value(), 0);
     EXPECT_EQ(screen->headerTextView()->shadowHeight(), 0);
+
+    // A screen that goes while its column is scrolled takes its views with it.
+    wheel(40);
+    QPointer<QWidget> view = screen->view();
+    stack->popViewControllerAnimated(false);
+    screen.reset();
+    test::settle();
+    EXPECT_TRUE(view.isNull());
 }
 
 }  // namespace

@@ -161,7 +161,9 @@ QSize VRNAttributedLabel::sizeHint() const {
 }
 
 QSize VRNAttributedLabel::minimumSizeHint() const {
-    return QSize(0, heightForWidth(width()));
+    // Its height follows its width (heightForWidth); a minimum taken at the width it happens to
+    // have would hold a layout to a stale height.
+    return QSize(0, 0);
 }
 
 void VRNAttributedLabel::paintEvent(QPaintEvent*) {

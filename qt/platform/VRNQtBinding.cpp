@@ -8,6 +8,7 @@
 
 #include "core/VRNUIPlatform.h"
 #include "platform/VRNNotificationCenter.h"
+#include "qt/flow/VRNQtFlowPlatform.h"
 #include "qt/invocation/VRNMotionListener.h"
 #include "qt/invocation/VRNQtInvocationPlatform.h"
 #include "qt/invocation/VRNScreenshotFolderWatcher.h"
@@ -123,6 +124,7 @@ void VRNQtBinding::install() {
         installed().folderWatcher = watcher;
     }
     parts.invocationPlatform = platform;
+    parts.flowPlatform = std::make_shared<VRNQtFlowPlatform>();
     parts.widgets = true;
     installParts();
 

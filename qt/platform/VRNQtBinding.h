@@ -22,8 +22,10 @@ class VRNWindowStack;
 //   life-cycle notifications;
 // - a QApplication: the window stack, the motion listener (shake, key chord, Print key), the
 //   screenshots-folder watcher, the accelerometer where there is one, the floating button and
-//   right-edge pan, the screenshot capture of reports made from code, and the kit's fonts
-//   (registered when the facade is made).
+//   right-edge pan, the report flow's windows and screens, the screenshot capture of reports
+//   made from code, and the kit's fonts (registered when the facade is made).
+// All of it reaches the core as one VRNUIPlatform, installed in one call and taken away in one
+// when the application goes.
 class VRNQtBinding {
 public:
     static void install();

@@ -32,10 +32,11 @@ public:
     QLabel* imageView() const { return imageView_; }
     QLabel* label() const { return label_; }
 
+    void viewDidLayoutSubviews() override;
+
 protected:
     QWidget* loadView() override;
     void viewDidLoad() override;
-    void viewDidLayoutSubviews() override;
 
 private:
     QPointer<QWidget> bannerView_;

@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QMouseEvent>
+#include <QPainterPath>
 #include <QWheelEvent>
 #include <QWindow>
 
@@ -62,6 +63,22 @@ bool VRNMessageBannerWindow::isHidden() const {
 void VRNMessageBannerWindow::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
     rootViewController_->view()->setGeometry(rect());
+    updateShape();
+}
+
+void VRNMessageBannerWindow::updateShape() {
+    // The window covers the screen but exists only where the strip is: without a compositing
+    // window manager a transparent window shows black, so where the window system can shape
+    // windows the rest of it is not there at all.
+    QWidget* strip = rootViewController_->bannerView();
+    if (!strip) {
+        return;
+    }
+    rootViewController_->viewDidLayoutSubviews();
+    QPainterPath outline;
+    outline.addRoundedRect(QRectF(strip->geometry()), VRNMessageBannerVC::kCornerRadius,
+                           VRNMessageBannerVC::kCornerRadius);
+    setMask(QRegion(outline.toFillPolygon().toPolygon()));
 }
 
 bool VRNMessageBannerWindow::event(QEvent* event) {
@@ -77,6 +94,7 @@ bool VRNMessageBannerWindow::event(QEvent* event) {
 
 void VRNMessageBannerWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    updateShape();
     if (QWindow* handle = windowHandle()) {
         // Installing again replaces the earlier installation; the handle may be a new one.
         handle->installEventFilter(this);

@@ -37,6 +37,7 @@ protected:
     bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void updateShape();
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

@@ -198,6 +198,14 @@ TEST_F(MessageBannerTest, BannerIsAStripNearTheBottomWithTheCheckMarkAndTheText)
     EXPECT_EQ(picture.pixelColor(10, 742).alpha(), 0);
     EXPECT_EQ(picture.pixelColor(10 + 354, 742 + 59).alpha(), 0);
     EXPECT_NEAR(picture.pixelColor(10 + 10, 742).alpha(), 153, 2);
+
+    // Where the window system can shape windows, the window is only the strip: a transparent
+    // window shows black without a compositing window manager.
+    const QRegion shape = window.mask();
+    EXPECT_EQ(shape.boundingRect(), QRect(10, 742, 355, 60));
+    EXPECT_TRUE(shape.contains(QPoint(10 + 177, 742 + 30)));
+    EXPECT_FALSE(shape.contains(QPoint(10, 742)));  // a rounded corner
+    EXPECT_FALSE(shape.contains(QPoint(100, 300)));
 }
 
 TEST_F(MessageBannerTest, TextIsTheKeyWithoutATranslationAndTheHostsWithOne) {

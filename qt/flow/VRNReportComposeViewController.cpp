@@ -127,8 +127,10 @@ void VRNReportComposeViewController::viewDidLoad() {
     // A tap on the column ends editing; controls in it keep their own clicks.
     scrollView_->viewport()->installEventFilter(this);
     contentView_->installEventFilter(this);
-    connect(scrollView_->verticalScrollBar(), &QScrollBar::valueChanged, this,
-            &VRNReportComposeViewController::scrollViewDidScroll);
+    // Tied to the field, which goes before the column when the card goes: a column being taken
+    // apart reports nothing to it.
+    connect(scrollView_->verticalScrollBar(), &QScrollBar::valueChanged, resizingTextView_,
+            [this] { scrollViewDidScroll(); });
     scrollView_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 }
 
@@ -303,10 +305,11 @@ void VRNReportComposeViewController::scrollViewDidScroll() {
 }
 
 bool VRNReportComposeViewController::eventFilter(QObject* watched, QEvent* event) {
-    const bool column =
-        (scrollView_ && watched == scrollView_->viewport()) || watched == contentView_;
-    if (column && event->type() == QEvent::MouseButtonRelease &&
-        static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton) {
+    // The event's type first: the column's widgets also report their own going, when they are
+    // no longer what their pointers say.
+    if (event->type() == QEvent::MouseButtonRelease &&
+        static_cast<QMouseEvent*>(event)->button() == Qt::LeftButton &&
+        ((scrollView_ && watched == scrollView_->viewport()) || watched == contentView_)) {
         resignFirstResponders();
     }
     return VRNViewController::eventFilter(watched, event);

@@ -83,6 +83,10 @@ VRNResizingTextView::VRNResizingTextView(QWidget* parent) : QWidget(parent) {
 }
 
 VRNResizingTextView::~VRNResizingTextView() {
+    // The text view and its copy go after this object has stopped being a field: nothing they
+    // report on the way reaches it.
+    textView_->setDelegate(nullptr);
+    delete fitter_;
     // The strip lives beside the view, in the parent: it goes with the view.
     if (shadowGradientView_ && shadowGradientView_->parent() != this) {
         delete shadowGradientView_.data();

@@ -16,6 +16,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 build=build
+pace=1
 pictures=""
 data=""
 keep=""
@@ -23,6 +24,7 @@ while [ $# -gt 0 ]; do
     case "$1" in
         --build) build="$2"; shift 2 ;;
         --pictures) pictures="$2"; shift 2 ;;
+        --pace) pace="$2"; shift 2 ;;  # waits are this many times longer (sanitizer builds)
         --data) data="$2"; shift 2 ;;
         --keep) keep=1; shift ;;
         *) echo "unknown option: $1" >&2; exit 2 ;;
@@ -52,6 +54,15 @@ fail() {
     exit 1
 }
 
+pause() { sleep "$(python3 -c "print($1 * $pace)")"; }
+click() { xdotool mousemove "$1" "$2" click 1; pause "${3:-0.3}"; }
+# The kit's windows are all called "Vorna": the floating button's, the flow's, the banner's.
+kitWindows() { xdotool search --onlyvisible --name '^Vorna$' 2>/dev/null | wc -l; }
+waitForKitWindows() {
+    for _ in $(seq 1 $((100 * pace))); do [ "$(kitWindows)" -ge "$1" ] && return 0; sleep 0.1; done
+    fail "expected $1 windows of the kit on screen, found $(kitWindows)"
+}
+
 # The reference backend, with the client the example host's Info.plist names.
 mkdir -p "$data"
 logs="$work"
@@ -79,7 +90,8 @@ export XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" QT_QPA_PLATFORM
 "$build/examples/qt-host/vorna-qt-host" > "$work/host.log" 2>&1 &
 pids+=($!)
 xdotool search --sync --onlyvisible --name "Order Desk" > /dev/null
-sleep 1.5  # authorization and the first paint
+waitForKitWindows 1  # the floating button
+pause 1.5  # authorization and the first paint
 
 step=0
 picture() {
@@ -89,11 +101,12 @@ picture() {
         import -window root "$pictures/flow-$step-$1.png"
     fi
 }
-click() { xdotool mousemove "$1" "$2" click 1; sleep "${3:-0.3}"; }
 
 picture host
 # The floating button: 70 points, 15 in from the left and bottom edges.
-click 50 $((height - 50)) 1.0
+click 50 $((height - 50))
+waitForKitWindows 2  # the flow's window over the host
+pause 0.8  # its fade-in
 picture annotation
 
 # The flow covers the screen. The picture sits between the bar (44) and the toolbar (44 at the
@@ -113,7 +126,7 @@ x2=$((left + pictureWidth * 3 / 4))
 xdotool mousemove "$x1" "$y" mousedown 1
 for x in $(seq "$x1" 20 "$x2"); do xdotool mousemove "$x" "$y"; done
 xdotool mousemove "$x2" "$y" mouseup 1
-sleep 0.3
+pause 0.3
 picture stroke
 
 # Next, at the right end of the bar.
@@ -122,12 +135,19 @@ click $((width - 30)) 22 1.0
 xdotool type --delay 20 "$description"
 picture compose
 # The e-mail field lies below the description.
-click $((width / 2)) 190
+click $((width / 2)) 167
 xdotool type --delay 20 "$email"
 picture email
+if [ -n "$pictures" ]; then
+    # What the report carries: "Inspect Bug", below the attachment; back with the arrow.
+    click $((width / 2)) 555 1.0
+    picture inspect
+    click 30 22 1.0
+fi
 
 # Submit, at the right end of the bar; the banner shows half a second later.
 click $((width - 35)) 22 0.9
+pause 0.3
 picture banner
 
 # What reached the backend.
@@ -157,6 +177,24 @@ dark=$(convert "$work/screenshot.jpg" -crop "$((w / 2))x1+$((w / 4))+$((h / 2))"
        -threshold 25% -format '%[fx:int((1-mean)*w*h)]' info:)
 echo "flow-under-xvfb: report $(python3 -c 'import json,sys; print(json.load(open(sys.argv[1]))[0]["id"])' "$work/report.json") arrived; picture ${w}x${h}, $dark of $((w / 2)) pixels of the stroke's row are dark"
 [ "$dark" -gt $((w / 4)) ] || fail "the black stroke is not in the picture"
+
+if [ -n "$pictures" ]; then
+    # An application archived on the backend: the next report opens on the popup instead.
+    pause 3  # the banner goes
+    bundle=org.vorna.examples.qthost
+    curl -sf -X POST -d "" "http://127.0.0.1:8642/admin/apps/$bundle/archive" > /dev/null
+    kill "${pids[-1]}"
+    wait "${pids[-1]}" 2>/dev/null || true
+    "$build/examples/qt-host/vorna-qt-host" >> "$work/host.log" 2>&1 &
+    pids+=($!)
+    waitForKitWindows 1
+    pause 2  # authorization and the enabled check
+    click 50 $((height - 50))
+    waitForKitWindows 2
+    pause 0.8
+    picture disabled
+    curl -sf -X POST -d "" "http://127.0.0.1:8642/admin/apps/$bundle/unarchive" > /dev/null
+fi
 if [ -n "$keep" ]; then
     echo "The report is on the backend's page: http://127.0.0.1:8642/ (the backend runs on as"
     echo "process $backend; stop it with: kill $backend)"

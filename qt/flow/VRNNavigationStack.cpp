@@ -45,8 +45,16 @@ VRNNavigationStack::VRNNavigationStack(std::shared_ptr<VRNViewController> root)
     inputBlocker_ = new InputBlocker(view_);
     inputBlocker_->hide();
     if (root) {
+        try {
+            adopt(*root);
+        } catch (...) {
+            // A root screen whose set-up fails leaves nothing behind: the error is the host's
+            // to see, not a half-made stack.
+            root->navigationController_ = nullptr;
+            delete view_.data();
+            throw;
+        }
         stack_.push_back(std::move(root));
-        adopt(*stack_.back());
         stack_.back()->view()->show();
     }
     layoutScreens();

@@ -227,6 +227,10 @@ TEST_F(AnnotationTest, AStoredColourOutsideTheThreeReachesTheHostAsOutOfRange) {
         auto broken = std::make_shared<VRNScreenshotVC>(
             std::make_shared<VRNScreenshotVM>(VRNImage(), reportData), nullptr, repository);
         EXPECT_THROW(broken->view(), std::out_of_range);
+        // Nor does a flow made around such a screen hold anything back.
+        auto root = std::make_shared<VRNScreenshotVC>(
+            std::make_shared<VRNScreenshotVM>(VRNImage(), reportData), nullptr, repository);
+        EXPECT_THROW(VRNNavigationStack{root}, std::out_of_range);
     }
 }
 

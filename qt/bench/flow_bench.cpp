@@ -66,12 +66,16 @@ QWidget* pictureView() {
 
 void BM_StrokeBurnIn(benchmark::State& state) {
     const auto stroke = circleStroke();
+    // The picture is put back afterwards, so that every run of every benchmark sees the same.
+    const vorna::VRNImage before = flow->viewModel->screenshotImage();
     for (auto _ : state) {
         vorna::pointsToDraw = stroke;
         flow->screen->burnInStroke();
         benchmark::DoNotOptimize(flow->viewModel->screenshotImage().pixels().data());
     }
     vorna::pointsToDraw.reset();
+    flow->viewModel->setScreenshotImage(before);
+    flow->screen->screenshotView()->screenshotImageView()->setImage(before);
 }
 
 void BM_GrabPictureView(benchmark::State& state) {

@@ -209,21 +209,24 @@ void VRNScreenshotVC::setBackgroundsForButton(QAbstractButton* button) {
 }
 
 void VRNScreenshotVC::setUpToolBarWithReset(bool withReset) {
-    screenshotView_->setToolBarItems(VRNAnnotationToolbar::items(withReset),
-                                     [this](VRNAnnotationToolbar::Kind kind) -> QWidget* {
-                                         switch (kind) {
-                                             case VRNAnnotationToolbar::Kind::Reset:
-                                                 return resetBarButtonItem_->defaultWidget();
-                                             case VRNAnnotationToolbar::Kind::Red:
-                                                 return redBarButtonItem_->defaultWidget();
-                                             case VRNAnnotationToolbar::Kind::Black:
-                                                 return blackBarButtonItem_->defaultWidget();
-                                             case VRNAnnotationToolbar::Kind::White:
-                                                 return whiteBarButtonItem_->defaultWidget();
-                                             default:
-                                                 return nullptr;
-                                         }
-                                     });
+    screenshotView_->setToolBarItems(
+        VRNAnnotationToolbar::items(withReset),
+        [this](VRNAnnotationToolbar::Kind kind) { return toolBarButton(kind); });
+}
+
+QWidget* VRNScreenshotVC::toolBarButton(VRNAnnotationToolbar::Kind kind) const {
+    switch (kind) {
+        case VRNAnnotationToolbar::Kind::Reset:
+            return resetBarButtonItem_->defaultWidget();
+        case VRNAnnotationToolbar::Kind::Red:
+            return redBarButtonItem_->defaultWidget();
+        case VRNAnnotationToolbar::Kind::Black:
+            return blackBarButtonItem_->defaultWidget();
+        case VRNAnnotationToolbar::Kind::White:
+            return whiteBarButtonItem_->defaultWidget();
+        default:
+            return nullptr;  // spaces have no widget
+    }
 }
 
 void VRNScreenshotVC::closeButtonTapped() {

@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "flow/VRNAnnotationToolbar.h"
 #include "platform/VRNImage.h"
 #include "qt/flow/VRNViewController.h"
 
@@ -71,6 +72,8 @@ protected:
 
 private:
     QWidgetAction* wrap(VRNPlainButton* button);
+    // The button a toolbar item shows: the one its bar item wraps.
+    QWidget* toolBarButton(VRNAnnotationToolbar::Kind kind) const;
 
     std::shared_ptr<VRNAppRepository> appRepository_;
     std::shared_ptr<const VRNBranding> branding_;

@@ -53,8 +53,11 @@ void VRNScreenshotView::setSafeAreaTop(double top) {
 void VRNScreenshotView::setToolBarItems(
     const std::vector<VRNAnnotationToolbar::Item>& items,
     const std::function<QWidget*(VRNAnnotationToolbar::Kind)>& viewFor) {
-    toolBarItems_ = items;
     auto* row = static_cast<QHBoxLayout*>(toolBar_->layout());
+    if (items == toolBarItems_ && row->count() == static_cast<int>(items.size())) {
+        return;  // already shown: every stroke asks for Reset again
+    }
+    toolBarItems_ = items;
     while (QLayoutItem* item = row->takeAt(0)) {
         if (QWidget* widget = item->widget()) {
             widget->hide();

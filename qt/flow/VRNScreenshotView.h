@@ -35,7 +35,8 @@ public:
     void setSafeAreaTop(double top);
 
     // Lays the toolbar out with these items, left to right; `viewFor` gives the widget of each
-    // button item. Widgets of the toolbar that are not among the items are hidden.
+    // button item. Widgets of the toolbar that are not among the items are hidden. The items
+    // already shown are left as they are.
     void setToolBarItems(const std::vector<VRNAnnotationToolbar::Item>& items,
                          const std::function<QWidget*(VRNAnnotationToolbar::Kind)>& viewFor);
     const std::vector<VRNAnnotationToolbar::Item>& toolBarItems() const { return toolBarItems_; }

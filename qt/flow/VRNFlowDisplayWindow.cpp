@@ -106,11 +106,22 @@ void VRNFlowDisplayWindow::captureBackdrop() {
 }
 
 void VRNFlowDisplayWindow::captureContent() {
-    content_ = QImage();
-    if (stack_ && stack_->view() && width() > 0 && height() > 0) {
-        stack_->view()->setGeometry(rect());
-        content_ = stack_->view()->grab().toImage();
+    if (!stack_ || !stack_->view() || width() <= 0 || height() <= 0) {
+        content_ = QImage();
+        return;
     }
+    stack_->view()->setGeometry(rect());
+    // Drawn into the window's own picture, made once at the window's size and drawn over for
+    // each transition: a fresh full-screen picture costs more to come by than to draw.
+    const qreal ratio = devicePixelRatioF();
+    const QSize pixels = (QSizeF(size()) * ratio).toSize();
+    if (content_.size() != pixels) {
+        content_ = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+        content_.setDevicePixelRatio(ratio);
+    }
+    content_.fill(Qt::transparent);
+    stack_->view()->render(&content_, QPoint(), QRegion(),
+                           QWidget::DrawWindowBackground | QWidget::DrawChildren);
 }
 
 void VRNFlowDisplayWindow::makeKeyAndVisible() {
@@ -150,7 +161,6 @@ void VRNFlowDisplayWindow::updateTransition() {
     const bool plain = appearance_ == VRNWindowAppearance{};
     if (plain && !isAnimating()) {
         layer_->hide();
-        content_ = QImage();
         return;
     }
     if (layer_->isHidden()) {

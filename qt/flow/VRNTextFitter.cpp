@@ -1,48 +1,46 @@
 #include "qt/flow/VRNTextFitter.h"
 
-#include <QTextCursor>
+#include <QFontMetricsF>
+#include <QTextBlock>
 
 #include <algorithm>
+#include <cmath>
 
 namespace vorna {
 
 VRNTextFitter::VRNTextFitter(QPlainTextEdit* textView, QObject* parent)
     : QObject(parent), textView_(textView) {
     copy_.setUndoRedoEnabled(false);
-    connect(textView->document(), &QTextDocument::contentsChange, this, &VRNTextFitter::mirror);
 }
 
-void VRNTextFitter::mirror(int position, int removed, int added) {
-    if (!inStep_ || !textView_) {
-        return;
-    }
+QString VRNTextFitter::beginning(int paragraphs, int length, bool& whole) const {
+    QString text;
+    whole = true;
     const QTextDocument* source = textView_->document();
-    const int sourceEnd = source->characterCount() - 1;  // before the closing paragraph mark
-    const int copyEnd = copy_.characterCount() - 1;
-    // A change that reaches the closing paragraph mark (the whole text replaced) is reported
-    // with counts that include it; the copy is then made again from the text on next use.
-    if (position < 0 || position + removed > copyEnd || position + added > sourceEnd ||
-        copy_.characterCount() - removed + added != source->characterCount()) {
-        inStep_ = false;
-        return;
+    int taken = 0;
+    for (QTextBlock block = source->begin(); block.isValid(); block = block.next()) {
+        if (taken == paragraphs || text.size() >= length) {
+            whole = false;
+            break;
+        }
+        if (taken > 0) {
+            text += QLatin1Char('\n');
+        }
+        const QString paragraph = block.text();
+        const int room = length - static_cast<int>(text.size());
+        if (paragraph.size() > room) {
+            text += QStringView(paragraph).left(room);
+            whole = false;
+            break;
+        }
+        text += paragraph;
+        ++taken;
     }
-    QTextCursor from(const_cast<QTextDocument*>(source));
-    from.setPosition(position);
-    from.setPosition(position + added, QTextCursor::KeepAnchor);
-    QString inserted = from.selectedText();
-    inserted.replace(QChar::ParagraphSeparator, QLatin1Char('\n'));
-    QTextCursor to(&copy_);
-    to.setPosition(position);
-    to.setPosition(position + removed, QTextCursor::KeepAnchor);
-    to.insertText(inserted);
-    inStep_ = copy_.characterCount() == source->characterCount();
+    return text;
 }
 
-double VRNTextFitter::heightThatFits(double width) {
-    if (!textView_) {
-        return 0.0;
-    }
-    // Each of these lays the whole copy out again: set only what changed.
+double VRNTextFitter::measure(const QString& text, double width) {
+    // Each of these lays the copy out again: set only what changed.
     const QTextDocument* source = textView_->document();
     if (copy_.defaultFont() != textView_->font()) {
         copy_.setDefaultFont(textView_->font());
@@ -55,15 +53,38 @@ double VRNTextFitter::heightThatFits(double width) {
         option.setWrapMode(textView_->wordWrapMode());
         copy_.setDefaultTextOption(option);
     }
-    const double textWidth = std::max(0.0, width);
-    if (copy_.textWidth() != textWidth) {
-        copy_.setTextWidth(textWidth);
+    if (copy_.textWidth() != width) {
+        copy_.setTextWidth(width);
     }
-    if (!inStep_) {
-        copy_.setPlainText(textView_->toPlainText());
-        inStep_ = true;
+    if (copy_.toPlainText() != text) {
+        copy_.setPlainText(text);
     }
     return copy_.size().height();
+}
+
+double VRNTextFitter::heightThatFits(double width, int lines) {
+    if (!textView_) {
+        return 0.0;
+    }
+    const double textWidth = std::max(0.0, width);
+    // More than `lines` lines need at most one paragraph more; and a line holds no more
+    // characters than points of width (no character the field shows is narrower than a
+    // point), so one line more than that many characters a line is enough to see them.
+    const int perLine = static_cast<int>(std::ceil(textWidth)) + 1;
+    bool whole = false;
+    const QString start = beginning(lines + 1, (lines + 1) * perLine, whole);
+    const double height = measure(start, textWidth);
+    if (whole) {
+        return height;
+    }
+    const double content = height - 2 * copy_.documentMargin();
+    const double lineHeight = QFontMetricsF(copy_.defaultFont()).lineSpacing();
+    if (lineHeight > 0 && std::floor(content / lineHeight) > lines) {
+        return height;
+    }
+    // A beginning that is cut yet no longer than `lines` lines (characters of no width): the
+    // whole text decides.
+    return measure(textView_->toPlainText(), textWidth);
 }
 
 }  // namespace vorna

@@ -13,6 +13,7 @@
 
 #include "flow/VRNTextGrowth.h"
 #include "qt/flow/VRNResizingTextView.h"
+#include "qt/flow/VRNTextFitter.h"
 #include "qt/tests/QtTestSupport.h"
 #include "qt/theme/Fonts.h"
 #include "qt/theme/VRNQtColor.h"
@@ -323,6 +324,37 @@ TEST_F(ResizingTextViewTest, AMegabyteDescriptionPastedAtOnce) {
     key(Qt::Key_A, Qt::ControlModifier);
     key(Qt::Key_Backspace);
     EXPECT_TRUE(showsSentence());
+}
+
+}  // namespace
+}  // namespace vorna
+
+namespace vorna {
+namespace {
+
+TEST(TextFitterTest, MeasuresOnlyAsFarAsAFourthLineUnlessTheBeginningFitsInThree) {
+    QPlainTextEdit view;
+    view.setFont(QFont(QStringLiteral("Sans"), 18));
+    VRNTextFitter fitter(&view);
+    const double margins = 2 * view.document()->documentMargin();
+    const double line = QFontMetricsF(view.font()).lineSpacing();
+    const auto lines = [&](double height) { return std::floor((height - margins) / line); };
+
+    view.setPlainText(QStringLiteral("one\ntwo\nthree"));
+    EXPECT_EQ(lines(fitter.heightThatFits(300)), 3);
+    // Ten thousand paragraphs: a beginning of a few of them says "more than three".
+    QStringList many;
+    for (int i = 0; i < 10000; ++i) {
+        many << QStringLiteral("paragraph %1").arg(i);
+    }
+    view.setPlainText(many.join(QLatin1Char('\n')));
+    const double longHeight = fitter.heightThatFits(300);
+    EXPECT_GT(lines(longHeight), 3);
+    EXPECT_LT(lines(longHeight), 10);
+    // Characters of no width: the cut beginning still fits one line, so the whole text is
+    // measured, and it is one line.
+    view.setPlainText(QString(5000, QChar(0x200B)) + QStringLiteral("end"));
+    EXPECT_EQ(lines(fitter.heightThatFits(300)), 1);
 }
 
 }  // namespace

@@ -101,7 +101,7 @@ TEST_F(FlowWindowTest, FadesInFromNinetyPercentOverWhatLayBeneath) {
     EXPECT_TRUE(near(pixel(*window, 3, 3), Qt::red));
     EXPECT_EQ(done, 0);
 
-    clock.advance(200);
+    clock.advance(250);  // the rest, and the frame on which the clock started
     test::settle();
     EXPECT_EQ(done, 1);
     EXPECT_TRUE(finished);

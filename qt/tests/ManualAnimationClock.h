@@ -10,12 +10,17 @@ namespace vorna::test {
 
 class ManualAnimationClock : public QAnimationDriver {
 public:
-    ManualAnimationClock() { install(); }
+    ManualAnimationClock() {
+        // Qt stops the driver while no animation runs and asks for the time since it started
+        // again when one does.
+        QObject::connect(this, &QAnimationDriver::started, [this] { startedAt_ = now_; });
+        install();
+    }
     ~ManualAnimationClock() override { uninstall(); }
     ManualAnimationClock(const ManualAnimationClock&) = delete;
     ManualAnimationClock& operator=(const ManualAnimationClock&) = delete;
 
-    qint64 elapsed() const override { return now_; }
+    qint64 elapsed() const override { return now_ - startedAt_; }
 
     // Lets `ms` milliseconds pass, in steps of one frame, with the events they cause.
     void advance(qint64 ms, qint64 frame = 16) {
@@ -29,6 +34,7 @@ public:
 
 private:
     qint64 now_ = 0;
+    qint64 startedAt_ = 0;
 };
 
 }  // namespace vorna::test

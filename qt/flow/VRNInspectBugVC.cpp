@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include "flow/VRNInspectBugVM.h"
+#include "qt/flow/VRNCardScreenParts.h"
 #include "qt/flow/VRNColumnLayout.h"
 #include "qt/flow/VRNNavigationStack.h"
 #include "qt/flow/VRNScreenStyle.h"
@@ -27,8 +28,6 @@ constexpr int kPermissionsTop = 20;
 constexpr int kQuickFactsTop = 30;
 // Below the column's end, so that its last line does not sit on the screen's edge.
 constexpr int kColumnBottomInset = 30;
-constexpr QSizeF kBackArrowSize(24, 24);
-constexpr int kBarButtonSide = 44;
 
 // The facts in the order the screen shows them, with their titles as written (in capitals)
 // and the line each row draws under its value. "OS" is the same in every language.
@@ -49,50 +48,6 @@ const Essential kEssentials[] = {
     {"AVAILABLE STORAGE", true, &VRNInspectBugVM::availableStorage, 4},
     {"RESOLUTION", true, &VRNInspectBugVM::resolution, 2},
 };
-
-// The white card, drawn in the shape it is given: its top corners rounded.
-class RoundedContainer : public QWidget {
-public:
-    explicit RoundedContainer(QWidget* parent) : QWidget(parent) {}
-
-    void setShape(QPainterPath shape) {
-        shape_ = std::move(shape);
-        update();
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.fillPath(shape_, Qt::white);
-    }
-
-private:
-    QPainterPath shape_;
-};
-
-QPainterPath topRoundedPath(const QRectF& bounds, double radius) {
-    QPainterPath path;
-    path.moveTo(bounds.bottomLeft());
-    path.lineTo(bounds.left(), bounds.top() + radius);
-    path.arcTo(QRectF(bounds.left(), bounds.top(), 2 * radius, 2 * radius), 180, -90);
-    path.lineTo(bounds.right() - radius, bounds.top());
-    path.arcTo(QRectF(bounds.right() - 2 * radius, bounds.top(), 2 * radius, 2 * radius), 90, -90);
-    path.lineTo(bounds.bottomRight());
-    path.closeSubpath();
-    return path;
-}
-
-// The kit's image in one colour, as a bar button's image takes the bar's tint.
-QPixmap tintedImage(const QString& name, const QSizeF& size, double scale, const QColor& tint) {
-    QPixmap pixmap = VRNKitImages::imageNamed(name, size, scale);
-    if (!pixmap.isNull()) {
-        QPainter painter(&pixmap);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(QRectF(QPointF(0, 0), size), tint);
-    }
-    return pixmap;
-}
 
 QString text(const std::string& value) {
     return QString::fromStdString(value);
@@ -136,35 +91,16 @@ void VRNInspectBugVC::viewDidLoad() {
 
 void VRNInspectBugVC::setUpNavigationBar() {
     const QColor white = VRNScreenStyle::color(Colors::whiteColor());
-    auto* titleContainer = new QWidget();
-    titleContainer->setAttribute(Qt::WA_TranslucentBackground);
-    auto* centred = new QHBoxLayout(titleContainer);
-    centred->setContentsMargins(0, 0, 0, 0);
-    auto* title = new QLabel(VRNScreenStyle::localized("Inspect bug"), titleContainer);
-    title->setObjectName(QStringLiteral("titleLabel"));
-    title->setFont(VRNScreenStyle::semiBoldFont(26));
-    title->setAlignment(Qt::AlignCenter);
-    VRNScreenStyle::setTextColor(title, white);
-    centred->addWidget(title, 0, Qt::AlignCenter);
-    setTitleView(titleContainer);
+    setTitleView(VRNCardScreenParts::titleView(VRNScreenStyle::localized("Inspect bug")));
 
-    auto* back = new QToolButton();
-    back->setObjectName(QStringLiteral("backButton"));
-    back->setAccessibleName(QStringLiteral("Back"));
     const QColor tint = navigationController() ? navigationController()->barTintColor() : white;
-    back->setIcon(QIcon(tintedImage(QStringLiteral("back-arrow"), kBackArrowSize,
-                                    view()->devicePixelRatioF(), tint)));
-    back->setIconSize(kBackArrowSize.toSize());
-    back->setFixedSize(kBarButtonSide, kBarButtonSide);
-    back->setCursor(Qt::PointingHandCursor);
-    back->setFocusPolicy(Qt::NoFocus);
-    back->setStyleSheet(QStringLiteral("QToolButton { border: none; background: transparent; }"));
+    auto* back = VRNCardScreenParts::backButton(tint, view()->devicePixelRatioF());
     connect(back, &QToolButton::clicked, this, &VRNInspectBugVC::backButtonAction);
     setLeftBarButton(back);
 }
 
 void VRNInspectBugVC::setupViews() {
-    auto* container = new RoundedContainer(view());
+    auto* container = new VRNRoundedCard(kCornerRadius, view());
     containerView_ = container;
     QPalette card = container->palette();
     card.setColor(QPalette::Window, Qt::white);
@@ -250,8 +186,7 @@ void VRNInspectBugVC::viewDidLayoutSubviews() {
 }
 
 void VRNInspectBugVC::setupLayerCorners() {
-    static_cast<RoundedContainer*>(containerView_.data())
-        ->setShape(topRoundedPath(containerView_->rect(), kCornerRadius));
+    static_cast<VRNRoundedCard*>(containerView_.data())->updateShape();
 }
 
 void VRNInspectBugVC::backButtonAction() {

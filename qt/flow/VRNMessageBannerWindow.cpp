@@ -1,40 +1,12 @@
 #include "qt/flow/VRNMessageBannerWindow.h"
 
-#include <QCoreApplication>
-#include <QMouseEvent>
 #include <QPainterPath>
-#include <QWheelEvent>
 #include <QWindow>
 
 #include "qt/flow/VRNMessageBannerVC.h"
 #include "qt/platform/VRNWindowStack.h"
 
 namespace vorna {
-namespace {
-
-// A pointer event as the window beneath would have had it from the window system.
-void deliver(QEvent* event, QWindow* target) {
-    const auto* pointer = static_cast<QSinglePointEvent*>(event);
-    const QPointF global = pointer->globalPosition();
-    const QPointF local = target->mapFromGlobal(global);
-    if (event->type() == QEvent::Wheel) {
-        const auto* wheel = static_cast<QWheelEvent*>(event);
-        QWheelEvent copy(local, global, wheel->pixelDelta(), wheel->angleDelta(), wheel->buttons(),
-                         wheel->modifiers(), wheel->phase(), wheel->inverted(),
-                         Qt::MouseEventNotSynthesized, wheel->pointingDevice());
-        copy.setTimestamp(wheel->timestamp());
-        QCoreApplication::sendEvent(target, &copy);
-        return;
-    }
-    const auto* mouse = static_cast<const QMouseEvent*>(event);
-    QMouseEvent copy(event->type(), local, local, global, mouse->button(), mouse->buttons(),
-                     mouse->modifiers(), mouse->pointingDevice());
-    copy.setTimestamp(mouse->timestamp());
-    QCoreApplication::sendEvent(target, &copy);
-}
-
-}  // namespace
-
 VRNMessageBannerWindow::VRNMessageBannerWindow(const QRect& mainScreenBounds)
     : VRNKitWindow(VRNWindowStack::VRNWindowLevelNormal + 2.0,
                    Qt::Tool | Qt::WindowDoesNotAcceptFocus | Qt::WindowTransparentForInput),
@@ -111,48 +83,14 @@ bool VRNMessageBannerWindow::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::MouseMove:
         case QEvent::MouseButtonRelease:
         case QEvent::Wheel:
-            return forward(event);
+            // Nothing of it is the banner's.
+            return passThrough_.pass(event);
         case QEvent::Hide:
-            pressUnderWay_ = false;
-            pressTarget_.clear();
+            passThrough_.reset();
             return false;
         default:
             return false;
     }
-}
-
-bool VRNMessageBannerWindow::forward(QEvent* event) {
-    const auto* pointer = static_cast<QSinglePointEvent*>(event);
-    const QPointF global = pointer->globalPosition();
-    const QEvent::Type type = event->type();
-    const auto beneath = [this, global]() -> QWindow* {
-        QWidget* window = VRNWindowStack::windowAt(global, this);
-        return window ? window->windowHandle() : nullptr;
-    };
-    QWindow* target = nullptr;
-    if (type == QEvent::MouseButtonPress || type == QEvent::MouseButtonDblClick) {
-        // A press goes, with the moves and the release that follow it, to the window that was
-        // beneath where it began.
-        if (!pressUnderWay_) {
-            pressTarget_ = beneath();
-            pressUnderWay_ = true;
-        }
-        target = pressTarget_;
-    } else if (pressUnderWay_) {
-        target = pressTarget_;
-        if (type == QEvent::MouseButtonRelease && pointer->buttons() == Qt::NoButton) {
-            pressUnderWay_ = false;
-            pressTarget_.clear();
-        }
-    } else {
-        // Hovering and scrolling go to whatever is beneath at each event.
-        target = beneath();
-    }
-    if (target) {
-        deliver(event, target);
-    }
-    // Nothing of it is the banner's.
-    return true;
 }
 
 }  // namespace vorna

@@ -7,6 +7,7 @@
 
 #include "flow/VRNFlowPlatform.h"
 #include "qt/platform/VRNKitWindow.h"
+#include "qt/platform/VRNPointerPassThrough.h"
 
 class QWindow;
 
@@ -41,11 +42,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    bool forward(QEvent* event);
-
     std::shared_ptr<VRNMessageBannerVC> rootViewController_;
-    QPointer<QWindow> pressTarget_;  // the window beneath that took the press under way
-    bool pressUnderWay_ = false;
+    VRNPointerPassThrough passThrough_{this};
 };
 
 }  // namespace vorna

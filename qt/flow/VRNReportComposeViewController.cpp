@@ -19,6 +19,7 @@
 #include "qt/flow/EmailEntryView.h"
 #include "qt/flow/InspectBugControl.h"
 #include "qt/flow/LabeledHyperlinkView.h"
+#include "qt/flow/VRNCardScreenParts.h"
 #include "qt/flow/VRNNavigationStack.h"
 #include "qt/flow/VRNResizingTextView.h"
 #include "qt/flow/VRNScreenStyle.h"
@@ -30,57 +31,9 @@ namespace {
 
 constexpr int kContentSpacing = 20;
 constexpr double kCornerRadius = 15.0;
-constexpr QSizeF kBackArrowSize(24, 24);
 constexpr int kBarButtonSide = 44;
 // Between the bar and the card, so that the title stands free of it.
 constexpr int kContainerTopGap = 10;
-
-// The white card of the screen, its top corners rounded by the path it is given.
-class RoundedContainer : public QWidget {
-public:
-    explicit RoundedContainer(QWidget* parent) : QWidget(parent) {}
-
-    const QPainterPath& shape() const { return shape_; }
-    void setShape(QPainterPath shape) {
-        shape_ = std::move(shape);
-        update();
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.fillPath(shape_, Qt::white);
-    }
-
-private:
-    QPainterPath shape_;
-};
-
-// A rectangle whose top-left and top-right corners are rounded.
-QPainterPath topRoundedPath(const QRectF& bounds, double radius) {
-    QPainterPath path;
-    path.moveTo(bounds.left(), bounds.bottom());
-    path.lineTo(bounds.left(), bounds.top() + radius);
-    path.arcTo(QRectF(bounds.left(), bounds.top(), 2 * radius, 2 * radius), 180, -90);
-    path.lineTo(bounds.right() - radius, bounds.top());
-    path.arcTo(QRectF(bounds.right() - 2 * radius, bounds.top(), 2 * radius, 2 * radius), 90, -90);
-    path.lineTo(bounds.right(), bounds.bottom());
-    path.closeSubpath();
-    return path;
-}
-
-// The kit's image drawn in one colour, as a bar button's image takes the bar's tint.
-QPixmap tintedImage(const QString& name, const QSizeF& size, double scale, const QColor& tint) {
-    QPixmap pixmap = VRNKitImages::imageNamed(name, size, scale);
-    if (pixmap.isNull()) {
-        return pixmap;
-    }
-    QPainter painter(&pixmap);
-    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-    painter.fillRect(QRectF(QPointF(0, 0), size), tint);
-    return pixmap;
-}
 
 }  // namespace
 
@@ -135,7 +88,7 @@ void VRNReportComposeViewController::viewDidLoad() {
 }
 
 void VRNReportComposeViewController::setupViews() {
-    auto* container = new RoundedContainer(view());
+    auto* container = new VRNRoundedCard(kCornerRadius, view());
     containerView_ = container;
     // What is drawn on the card stands on white, whatever the screen's background.
     QPalette card = container->palette();
@@ -205,31 +158,12 @@ void VRNReportComposeViewController::setupNavigationBar() {
             &VRNReportComposeViewController::submitButtonPressed);
     setRightBarButton(submit);
 
-    auto* back = new QToolButton();
-    back->setObjectName(QStringLiteral("backButton"));
-    back->setAccessibleName(QStringLiteral("Back"));
     const QColor tint = navigationController() ? navigationController()->barTintColor() : white;
-    back->setIcon(QIcon(tintedImage(QStringLiteral("back-arrow"), kBackArrowSize,
-                                    view()->devicePixelRatioF(), tint)));
-    back->setIconSize(kBackArrowSize.toSize());
-    back->setFixedSize(kBarButtonSide, kBarButtonSide);
-    back->setCursor(Qt::PointingHandCursor);
-    back->setFocusPolicy(Qt::NoFocus);
-    back->setStyleSheet(QStringLiteral("QToolButton { border: none; background: transparent; }"));
+    auto* back = VRNCardScreenParts::backButton(tint, view()->devicePixelRatioF());
     connect(back, &QToolButton::clicked, this, &VRNReportComposeViewController::backButtonAction);
     setLeftBarButton(back);
 
-    auto* titleContainer = new QWidget();
-    titleContainer->setAttribute(Qt::WA_TranslucentBackground);
-    auto* centred = new QHBoxLayout(titleContainer);
-    centred->setContentsMargins(0, 0, 0, 0);
-    auto* title = new QLabel(VRNScreenStyle::localized("Wrap-up"), titleContainer);
-    title->setObjectName(QStringLiteral("titleLabel"));
-    title->setFont(VRNScreenStyle::semiBoldFont(26));
-    title->setAlignment(Qt::AlignCenter);
-    VRNScreenStyle::setTextColor(title, white);
-    centred->addWidget(title, 0, Qt::AlignCenter);
-    setTitleView(titleContainer);
+    setTitleView(VRNCardScreenParts::titleView(VRNScreenStyle::localized("Wrap-up")));
 }
 
 void VRNReportComposeViewController::updateViewBranding() {
@@ -259,8 +193,7 @@ void VRNReportComposeViewController::viewDidLayoutSubviews() {
 }
 
 void VRNReportComposeViewController::setupLayerCorners() {
-    static_cast<RoundedContainer*>(containerView_.data())
-        ->setShape(topRoundedPath(containerView_->rect(), kCornerRadius));
+    static_cast<VRNRoundedCard*>(containerView_.data())->updateShape();
 }
 
 void VRNReportComposeViewController::submitButtonPressed() {

@@ -1,9 +1,7 @@
 #include "qt/invocation/VRNFloatingButtonWindow.h"
 
-#include <QCoreApplication>
 #include <QMouseEvent>
 #include <QRegion>
-#include <QWheelEvent>
 #include <QWindow>
 
 #include "qt/invocation/VRNFloatingButtonVC.h"
@@ -92,7 +90,7 @@ bool VRNFloatingButtonWindow::eventFilter(QObject* watched, QEvent* event) {
             return forward(event);
         case QEvent::Hide:
             pressOnButton_ = false;
-            forwardTarget_.clear();
+            passThrough_.reset();
             if (rootViewController_) {
                 rootViewController_->cancelDrag();
             }
@@ -112,18 +110,11 @@ bool VRNFloatingButtonWindow::forward(QEvent* event) {
     const bool hovers =
         type == QEvent::Wheel || (type == QEvent::MouseMove && pointer->buttons() == Qt::NoButton);
 
-    if (startsPress) {
-        if (pointInside(mapFromGlobal(global))) {
-            pressOnButton_ = true;
-            forwardTarget_.clear();
-            rootViewController_->pointerEvent(event);
-            return true;
-        }
-        pressOnButton_ = false;
-        QWidget* beneath = VRNWindowStack::windowAt(global, this);
-        forwardTarget_ = beneath ? beneath->windowHandle() : nullptr;
-        // Nothing of the application beneath: the press falls on nothing.
-        return forwardTarget_.isNull() ? true : deliver(event, forwardTarget_);
+    if (startsPress && pointInside(mapFromGlobal(global))) {
+        pressOnButton_ = true;
+        passThrough_.reset();
+        rootViewController_->pointerEvent(event);
+        return true;
     }
     if (pressOnButton_) {
         // A press that began on the button stays with the button until it is released, wherever
@@ -136,48 +127,10 @@ bool VRNFloatingButtonWindow::forward(QEvent* event) {
         }
         return true;
     }
-    if (forwardTarget_.isNull()) {
-        if (!hovers) {
-            // The rest of a press that fell on nothing.
-            return true;
-        }
-        if (pointInside(mapFromGlobal(global))) {
-            return false;
-        }
-        QWidget* beneath = VRNWindowStack::windowAt(global, this);
-        if (!beneath || !beneath->windowHandle()) {
-            return true;
-        }
-        // Hovering and scrolling look for the window beneath at each event.
-        return deliver(event, beneath->windowHandle());
+    if (hovers && !passThrough_.isPressUnderWay() && pointInside(mapFromGlobal(global))) {
+        return false;
     }
-    QWindow* target = forwardTarget_;
-    if (endsPress) {
-        forwardTarget_.clear();
-    }
-    return deliver(event, target);
-}
-
-bool VRNFloatingButtonWindow::deliver(QEvent* event, QWindow* target) {
-    const auto* pointer = static_cast<QSinglePointEvent*>(event);
-    const QPointF global = pointer->globalPosition();
-    const QEvent::Type type = event->type();
-    const QPointF local = target->mapFromGlobal(global);
-    if (type == QEvent::Wheel) {
-        const auto* wheel = static_cast<QWheelEvent*>(event);
-        QWheelEvent copy(local, global, wheel->pixelDelta(), wheel->angleDelta(), wheel->buttons(),
-                         wheel->modifiers(), wheel->phase(), wheel->inverted(),
-                         Qt::MouseEventNotSynthesized, wheel->pointingDevice());
-        copy.setTimestamp(wheel->timestamp());
-        QCoreApplication::sendEvent(target, &copy);
-        return true;
-    }
-    const auto* mouse = static_cast<const QMouseEvent*>(event);
-    QMouseEvent copy(type, local, local, global, mouse->button(), mouse->buttons(),
-                     mouse->modifiers(), mouse->pointingDevice());
-    copy.setTimestamp(mouse->timestamp());
-    QCoreApplication::sendEvent(target, &copy);
-    return true;
+    return passThrough_.pass(event);
 }
 
 }  // namespace vorna

@@ -4,6 +4,7 @@
 #include <QWidget>
 
 #include "qt/platform/VRNKitWindow.h"
+#include "qt/platform/VRNPointerPassThrough.h"
 
 class QWindow;
 
@@ -41,12 +42,10 @@ protected:
 private:
     void updateShape();
     bool forward(QEvent* event);
-    // Hands a pointer event to a window beneath, in that window's coordinates.
-    bool deliver(QEvent* event, QWindow* target);
 
     QPointer<VRNFloatingButtonVC> rootViewController_;
-    QPointer<QWindow> forwardTarget_;  // the window beneath that took the press under way
-    bool pressOnButton_ = false;       // the press under way began on the button
+    VRNPointerPassThrough passThrough_{this};
+    bool pressOnButton_ = false;  // the press under way began on the button
 };
 
 }  // namespace vorna

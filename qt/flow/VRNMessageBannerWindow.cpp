@@ -53,17 +53,6 @@ void VRNMessageBannerWindow::updateShape() {
     setMask(QRegion(outline.toFillPolygon().toPolygon()));
 }
 
-bool VRNMessageBannerWindow::event(QEvent* event) {
-    if (event->type() == QEvent::WindowActivate) {
-        // A platform that activates every window it shows gets the activation handed back to
-        // the host's window: the banner must not take the keyboard from it.
-        if (QWidget* host = VRNWindowStack::keyWindow(); host && host != this) {
-            host->activateWindow();
-        }
-    }
-    return QWidget::event(event);
-}
-
 void VRNMessageBannerWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     updateShape();

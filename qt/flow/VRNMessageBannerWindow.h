@@ -35,7 +35,6 @@ public:
     bool isHidden() const override;
 
 protected:
-    bool event(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void updateShape();

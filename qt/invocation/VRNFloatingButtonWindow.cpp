@@ -50,17 +50,6 @@ void VRNFloatingButtonWindow::resizeEvent(QResizeEvent* event) {
     }
 }
 
-bool VRNFloatingButtonWindow::event(QEvent* event) {
-    if (event->type() == QEvent::WindowActivate) {
-        // Platforms that activate every window they show, whatever it asks for, get the
-        // activation handed back to the host's window.
-        if (QWidget* host = VRNWindowStack::keyWindow(); host && host != this) {
-            host->activateWindow();
-        }
-    }
-    return QWidget::event(event);
-}
-
 void VRNFloatingButtonWindow::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
     if (QWindow* handle = windowHandle()) {

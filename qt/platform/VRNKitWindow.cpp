@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QWindow>
 
+#include "qt/platform/VRNWindowStack.h"
+
 namespace vorna {
 
 VRNKitWindow::VRNKitWindow(double level, Qt::WindowFlags flags)
@@ -11,6 +13,16 @@ VRNKitWindow::VRNKitWindow(double level, Qt::WindowFlags flags)
       level_(level) {
     setAttribute(Qt::WA_QuitOnClose, false);
     setWindowTitle(QStringLiteral("Vorna"));
+}
+
+bool VRNKitWindow::event(QEvent* event) {
+    if (event->type() == QEvent::WindowActivate &&
+        windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus)) {
+        if (QWidget* host = VRNWindowStack::keyWindow(); host && host != this) {
+            host->activateWindow();
+        }
+    }
+    return QWidget::event(event);
 }
 
 bool VRNKitWindow::isKitWindow(const QWidget* window) {

@@ -23,6 +23,11 @@ public:
     static bool isKitWindow(const QWidget* window);
     static bool isKitWindow(const QWindow* window);
 
+protected:
+    // A window made with Qt::WindowDoesNotAcceptFocus never keeps the activation: platforms
+    // that activate every window they show get it handed back to the host's window.
+    bool event(QEvent* event) override;
+
 private:
     double level_;
 };

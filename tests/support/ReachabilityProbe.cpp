@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <future>
+#include <memory>
 
 #include "connectivity/VRNConnection.h"
 #include "platform/VRNThreadRunLoop.h"
@@ -27,7 +28,10 @@ int main() {
     VRNSetLogSink([](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
     auto loop = std::make_shared<VRNThreadRunLoop>("probe-loop");
     VRNNotificationCenter center;
-    VRNConnection connection(VRNMakeLinuxReachability(), loop, center);
+    // Made and let go of on the probe's loop's side of things: reachability changes are
+    // delivered on the loop, so the connection goes there too, after the last of them.
+    auto owned = std::make_unique<VRNConnection>(VRNMakeLinuxReachability(), loop, center);
+    VRNConnection& connection = *owned;
     std::promise<bool> changed;
     std::promise<bool> ran;
     bool changedSet = false;
@@ -57,5 +61,6 @@ int main() {
     std::printf("ran-on-loop %d\n", ranFuture.get() ? 1 : 0);
     std::printf("after %d\n", connection.hasConnectivity() ? 1 : 0);
     connection.cancelGlobalPendingBlocks();
+    loop->runSync([&owned] { owned.reset(); });
     return 0;
 }

@@ -44,6 +44,15 @@ qint64 VRNMotionListener::msecsSincePrintKey() const {
     return lastPrintKey_ < 0 ? -1 : clock_.elapsed() - lastPrintKey_;
 }
 
+void VRNMotionListener::setClock(std::function<double()> clock) {
+    testClock_ = std::move(clock);
+    windowShakes_.clear();
+}
+
+double VRNMotionListener::now() const {
+    return testClock_ ? testClock_() : static_cast<double>(clock_.nsecsElapsed()) / 1e9;
+}
+
 bool VRNMotionListener::eventFilter(QObject* watched, QEvent* event) {
     if (!watched->isWindowType()) {
         return false;
@@ -67,8 +76,7 @@ bool VRNMotionListener::eventFilter(QObject* watched, QEvent* event) {
             deliverShake(window);
         }
     } else if (type == QEvent::Move && window->isVisible()) {
-        const double seconds = static_cast<double>(clock_.nsecsElapsed()) / 1e9;
-        if (windowShakes_[window].addPosition(seconds, window->x())) {
+        if (windowShakes_[window].addPosition(now(), window->x())) {
             deliverShake(window);
         }
     } else if (type == QEvent::Hide) {

@@ -5,6 +5,8 @@
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
+
 #include "qt/invocation/VRNWindowShakeDetector.h"
 
 class QWindow;
@@ -39,11 +41,18 @@ public:
     // Milliseconds since the Print key last reached the application; -1 if it never did.
     qint64 msecsSincePrintKey() const;
 
+    // Seconds on a steady clock, for the time of each window move; tests put a clock of their
+    // own (none: the real one).
+    void setClock(std::function<double()> clock);
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    double now() const;
+
     QElapsedTimer clock_;
+    std::function<double()> testClock_;
     QHash<QWindow*, VRNWindowShakeDetector> windowShakes_;
     qint64 lastPrintKey_ = -1;
 };

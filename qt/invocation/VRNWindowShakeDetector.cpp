@@ -1,5 +1,6 @@
 #include "qt/invocation/VRNWindowShakeDetector.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vorna {
@@ -12,18 +13,26 @@ constexpr size_t kLegs = 3;
 void VRNWindowShakeDetector::reset() {
     turns_.clear();
     direction_ = 0;
+    lastTime_ = 0;
 }
 
 bool VRNWindowShakeDetector::addPosition(double time, double x) {
+    const double previous = lastTime_;
+    lastTime_ = time;
     if (turns_.empty()) {
         turns_.push_back({time, x});
         return false;
     }
     if (direction_ == 0) {
-        const double moved = x - turns_.front().x;
+        Turn& rest = turns_.front();
+        const double moved = x - rest.x;
         if (std::fabs(moved) < kJitter) {
             return false;
         }
+        // A window that sat still starts its first leg when it starts to move, not when it
+        // last moved: its rest lasts until the position before this one, or, when the window
+        // system said nothing for longer than a drag's steps take, until just before this one.
+        rest.time = std::max({rest.time, previous, time - kDragStep});
         direction_ = moved > 0 ? 1 : -1;
         turns_.push_back({time, x});
     } else {
@@ -61,6 +70,7 @@ bool VRNWindowShakeDetector::addPosition(double time, double x) {
     }
     reset();
     turns_.push_back({time, x});
+    lastTime_ = time;
     return true;
 }
 

@@ -14,6 +14,9 @@ public:
     static constexpr double kMinimumLeg = 40.0;      // points
     static constexpr double kMaximumDuration = 1.0;  // seconds, first leg's start to the shake
     static constexpr double kJitter = 6.0;           // points
+    // Longest time between two positions of one drag: window systems report a moving window
+    // many times a second.
+    static constexpr double kDragStep = 0.1;  // seconds
 
     // The window's left edge is now at `x` (points), `time` seconds on a steady clock. True when
     // this move completes a shake; the detector then starts over.
@@ -29,6 +32,7 @@ private:
     // and last the furthest point of the leg under way.
     std::vector<Turn> turns_;
     int direction_ = 0;
+    double lastTime_ = 0;  // of the last position reported
 };
 
 }  // namespace vorna

@@ -180,6 +180,24 @@ TEST_F(InvocationTest, ShakingTheWindowLeftRightLeftIsAShake) {
     EXPECT_EQ(counter.displays, 1);
 }
 
+TEST_F(InvocationTest, ThreeQuickLegsAfterTheWindowSatStillAreAShake) {
+    VRNMotionListener* listener = VRNQtBinding::motionListener();
+    ASSERT_TRUE(listener);
+    double now = 100;
+    listener->setClock([&now] { return now; });
+    const int x = host.x();
+    host.move(x + 1, host.y());  // the window's last move before it rests
+    test::settle();
+    now += 2.0;
+    for (int to : {x - 60, x, x - 60}) {
+        now += 0.05;
+        host.move(to, host.y());
+        test::settle();
+    }
+    listener->setClock(nullptr);
+    EXPECT_EQ(counter.displays, 1);
+}
+
 TEST_F(InvocationTest, PrintKeyOpensAReportOnceTheKeyIsHandled) {
     const auto manager = startManager(VornaInvocationEventScreenshot);
     printKey();
@@ -301,6 +319,21 @@ TEST(ShakeDetectorTests, WindowShakeNeedsThreeQuickAlternatingLegs) {
         jitterShakes += jitter.addPosition(i * 0.05, jittery[i]) ? 1 : 0;
     }
     EXPECT_EQ(jitterShakes, 1);
+
+    // A window that sat still two seconds starts its first leg when it moves again.
+    VRNWindowShakeDetector rested;
+    EXPECT_FALSE(rested.addPosition(0.0, 500));
+    EXPECT_FALSE(rested.addPosition(2.0, 440));
+    EXPECT_FALSE(rested.addPosition(2.1, 500));
+    EXPECT_TRUE(rested.addPosition(2.2, 440));
+    // Still, the legs of a shake are one second's work: three legs over 1.3 s are not one.
+    VRNWindowShakeDetector dawdled;
+    EXPECT_FALSE(dawdled.addPosition(0.0, 500));
+    for (double t = 0.05; t < 0.45; t += 0.05) {  // a slow drag to the left
+        EXPECT_FALSE(dawdled.addPosition(t, 500 - t * 150));
+    }
+    EXPECT_FALSE(dawdled.addPosition(0.9, 500));
+    EXPECT_FALSE(dawdled.addPosition(1.3, 440));
 }
 
 TEST(ShakeDetectorTests, AccelerometerShakeIsSustainedAccelerationOnceASecond) {

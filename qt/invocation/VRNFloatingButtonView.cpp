@@ -70,8 +70,9 @@ void VRNFloatingButtonView::commonSetup() {
     auto* button = new RoundButton(this);
     button->setImage(imageWithImage(QStringLiteral("bug-icon"), kIconSize));
     vornaButton_ = button;
-    const VRNRect frame = VRNFloatingButtonVM::initialButtonFrame(
-        *appRepository_, VRNDeviceProvider::current()->mainScreen().height);
+    const VRNScreenInfo screen = VRNDeviceProvider::current()->mainScreen();
+    const VRNRect frame = VRNFloatingButtonVM::placedButtonFrame(
+        *appRepository_, VRNSize{screen.width, screen.height});
     setButtonFrame(QRectF(frame.x, frame.y, frame.width, frame.height));
 }
 

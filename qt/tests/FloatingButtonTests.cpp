@@ -98,6 +98,24 @@ TEST_F(FloatingButtonTest, WhereADragEndsIsWhereTheNextLaunchPutsTheButton) {
     EXPECT_EQ(frameOf(*nextLaunch), QRectF(100.5, 200.25, 70, 70));
 }
 
+TEST_F(FloatingButtonTest, APlaceStoredOnALargerScreenIsBroughtBackUntilADragStoresANewOne) {
+    test::ScopedScreen desktop{1280, 1024};
+    repository = std::make_shared<VRNAppRepository>(
+        std::make_shared<VRNKeyValueStore>(dir / "defaults.sqlite"));
+    repository->setFloatingButtonFrameX(1930);
+    repository->setFloatingButtonFrameY(1740);
+    auto window = launch();
+    EXPECT_EQ(frameOf(*window), QRectF(1210, 954, 70, 70));
+    test::Pointer pointer(window->windowHandle());
+    pointer.click(QPointF(1245, 989));
+    EXPECT_EQ(taps, 1);
+    EXPECT_EQ(repository->floatingButtonFrameX(), 1930);  // placing it stores nothing
+
+    pointer.drag(QPointF(1245, 989), QPointF(1145, 889));
+    EXPECT_EQ(repository->floatingButtonFrameX(), 1110);
+    EXPECT_EQ(repository->floatingButtonFrameY(), 854);
+}
+
 TEST_F(FloatingButtonTest, CancelledDragMovesTheButtonButStoresNothing) {
     auto window = launch();
     test::Pointer pointer(window->windowHandle());

@@ -52,6 +52,17 @@ VRNRect VRNFloatingButtonVM::initialButtonFrame(const VRNAppRepository& reposito
     return VRNRect{x, y, kDimension, kDimension};
 }
 
+VRNRect VRNFloatingButtonVM::placedButtonFrame(const VRNAppRepository& repository,
+                                               VRNSize screen) {
+    VRNRect frame = initialButtonFrame(repository, screen.height);
+    if (screen.width <= 0 || screen.height <= 0) {
+        return frame;
+    }
+    frame.x = clamped(frame.x, frame.width, 0, screen.width);
+    frame.y = clamped(frame.y, frame.height, 0, screen.height);
+    return frame;
+}
+
 VRNRect VRNFloatingButtonVM::pannedButtonFrame(VRNPanState state, const VRNRect& frame,
                                                double translationX, double translationY,
                                                const VRNRect& container,

@@ -29,6 +29,11 @@ public:
     // edges of a screen `screenHeight` points high (a screen of height 0 gives y = -85). Each
     // stored coordinate falls back on its own.
     static VRNRect initialButtonFrame(const VRNAppRepository& repository, double screenHeight);
+    // The first frame brought inside a screen of `screen` size: a place stored on a larger
+    // screen, or at another scale, would otherwise leave the button where nobody can reach it.
+    // What is stored does not change (only the end of a drag stores). Without a screen, the
+    // first frame as it is.
+    static VRNRect placedButtonFrame(const VRNAppRepository& repository, VRNSize screen);
 
     // One callback of the drag: the button's frame moved by the translation since the previous
     // callback and kept inside `container`. The place is stored (as single-precision floats)

@@ -26,6 +26,27 @@ TEST_F(FloatingButtonVMTest, FirstPlaceFallsBackOnEachMissingCoordinate) {
               (VRNRect{200, 727, 70, 70}));
 }
 
+TEST_F(FloatingButtonVMTest, AStoredPlaceOffTheScreenIsBroughtBackWithoutStoring) {
+    // Stored on a larger screen, shown on 1280 × 1024.
+    repository.setFloatingButtonFrameX(1930);
+    repository.setFloatingButtonFrameY(1740);
+    EXPECT_EQ(VRNFloatingButtonVM::placedButtonFrame(repository, {1280, 1024}),
+              (VRNRect{1210, 954, 70, 70}));
+    repository.setFloatingButtonFrameX(-40);
+    EXPECT_EQ(VRNFloatingButtonVM::placedButtonFrame(repository, {1280, 1024}),
+              (VRNRect{0, 954, 70, 70}));
+    EXPECT_EQ(repository.floatingButtonFrameX(), -40.0);
+    EXPECT_EQ(repository.floatingButtonFrameY(), 1740.0);
+    // A place on the screen stays exactly where it is; without a screen nothing is moved.
+    repository.setFloatingButtonFrameX(100.5);
+    repository.setFloatingButtonFrameY(200.25);
+    EXPECT_EQ(VRNFloatingButtonVM::placedButtonFrame(repository, {1280, 1024}),
+              (VRNRect{100.5, 200.25, 70, 70}));
+    repository.removeObjectForKey("ketrano.floatingButtonFrameY");
+    EXPECT_EQ(VRNFloatingButtonVM::placedButtonFrame(repository, {}),
+              (VRNRect{100.5, -85, 70, 70}));
+}
+
 TEST_F(FloatingButtonVMTest, DragStepsStayOnScreenAndOnlyTheEndIsStoredAsFloats) {
     const VRNRect start{15, 727, 70, 70};
     const auto step = [&](VRNPanState state, double tx, double ty) {

@@ -123,7 +123,8 @@ TEST_F(StartupAgainstBackend, FailedTokenRequestRetriesAfterTenVirtualSeconds) {
     vorna->authorizeVorna();
     ASSERT_TRUE(loop->drainUntil(
         [&] { return log.contains("VRNVorna - Will retry authorization after 10"); }));
-    loop->drain();  // the timer is created on the loop
+    // The line is written on the HTTP thread; the timer is created on the loop after it.
+    ASSERT_TRUE(loop->drainUntil([&] { return loop->hasPendingTimers(); }));
     EXPECT_FALSE(repository->clientAuthorized());
     loop->advance(10);
     ASSERT_TRUE(loop->drainUntil([&] { return sawEnabledAnswer(); }));

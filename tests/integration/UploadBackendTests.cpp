@@ -96,6 +96,11 @@ protected:
     bool until(const std::string& line) {
         return loop->drainUntil([&] { return log.contains(line); });
     }
+    // The retry's log line is written on the working queue before the timer reaches the loop:
+    // virtual time may only move once the timer is there.
+    bool untilRetryScheduled(const std::string& line) {
+        return until(line) && loop->drainUntil([&] { return loop->hasPendingTimers(); });
+    }
 
     test::BackendProcess backend{VORNA_BACKEND_BINARY, "upload-client", "upload-secret"};
     test::TempDir dir;
@@ -139,8 +144,7 @@ TEST_F(UploadAgainstBackend, ServerErrorsRetryAfterTenTwentyFortyThenDeliver) {
     for (int seconds : {10, 20, 40}) {
         const std::string line =
             "VRNUploader - Will retry upload operation after " + std::to_string(seconds);
-        ASSERT_TRUE(until(line)) << line;
-        loop->drain();
+        ASSERT_TRUE(untilRetryScheduled(line)) << line;
         EXPECT_EQ(store->savedReports().size(), 1u);
         loop->advance(seconds - 0.01);
         EXPECT_EQ(log.count("VRNUploader - Retrying upload operation"), rounds) << "too early";
@@ -168,8 +172,7 @@ TEST_F(UploadAgainstBackend, BackgroundCancelsTheRetryAndTheNextFailureWaitsTenA
     backend.injectFault(kReportPath, 10, test::BackendFault::withStatus(500));
     startUploader();
     uploader->uploadData(report("kept"));
-    ASSERT_TRUE(until("VRNUploader - Will retry upload operation after 10"));
-    loop->drain();
+    ASSERT_TRUE(untilRetryScheduled("VRNUploader - Will retry upload operation after 10"));
     center.post(VRNApplicationDidEnterBackgroundNotification);
     EXPECT_TRUE(
         log.contains("VRNUploader - Application entered background, invalidating timer and "
@@ -221,8 +224,7 @@ TEST_F(UploadAgainstBackend, AReportWhoseScreenshotUploadFailedStaysForTheNextRo
     backend.injectFault("api/1.0/files", 1, test::BackendFault::withStatus(500));
     startUploader();
     uploader->uploadData(report("screenshot refused"));
-    ASSERT_TRUE(until("VRNUploader - Will retry upload operation after 10"));
-    loop->drain();
+    ASSERT_TRUE(untilRetryScheduled("VRNUploader - Will retry upload operation after 10"));
     EXPECT_TRUE(backend.reports().empty());
     const auto saved = store->savedReports();
     ASSERT_EQ(saved.size(), 1u);

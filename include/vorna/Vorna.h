@@ -111,6 +111,7 @@ public:
                                             UploaderFactory makeUploader);
 
 private:
+    std::shared_ptr<VRNRunLoop> mainLoop() const;
     void runOnMain(std::function<void()> task);
     void cancelTimer();
 
@@ -132,6 +133,7 @@ private:
     std::shared_ptr<VRNFileManagerProtocol> fileManager_;
     std::shared_ptr<VRNTimer> timer_;
     std::vector<uint64_t> observers_;
+    bool invocationsStarted_ = false;  // main loop only
 };
 
 }  // namespace vorna

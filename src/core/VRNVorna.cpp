@@ -17,6 +17,7 @@
 #include "storage/VRNUploaderProtocol.h"
 #include "theme/VRNBranding.h"
 #include "theme/VRNBrandingService.h"
+#include "vorna/VRNLog.h"
 
 namespace vorna {
 namespace {
@@ -41,7 +42,6 @@ VRNVorna::Dependencies sharedDependencies() {
     deps.api = VRNMakeDefaultAPI();
     deps.appRepository = VRNAppRepository::sharedInstance();
     deps.connection = VRNConnection::sharedInstance();
-    deps.runLoop = VRNRunLoop::main();
     deps.notificationCenter = &VRNNotificationCenter::defaultCenter();
     deps.makeFileManager = VRNMakeDefaultFileManager;
     deps.makeUploader = VRNMakeDefaultUploader;
@@ -57,7 +57,7 @@ VRNVorna::VRNVorna(Dependencies deps)
       appRepository_(deps.appRepository ? std::move(deps.appRepository)
                                         : VRNAppRepository::sharedInstance()),
       connection_(deps.connection ? std::move(deps.connection) : VRNConnection::sharedInstance()),
-      runLoop_(deps.runLoop ? std::move(deps.runLoop) : VRNRunLoop::main()),
+      runLoop_(std::move(deps.runLoop)),
       center_(deps.notificationCenter ? *deps.notificationCenter
                                       : VRNNotificationCenter::defaultCenter()),
       makeFileManager_(std::move(deps.makeFileManager)),
@@ -124,24 +124,39 @@ void VRNVorna::autoReport() {
     autoReportWithAttachScreenshot(false, std::string());
 }
 
+std::shared_ptr<VRNRunLoop> VRNVorna::mainLoop() const {
+    // Without a loop of its own the facade follows the process's main loop as it stands: a host
+    // may start the kit before its toolkit (and the toolkit's loop) exists.
+    return runLoop_ ? runLoop_ : VRNRunLoop::main();
+}
+
 void VRNVorna::runOnMain(std::function<void()> task) {
-    if (runLoop_->isCurrent()) {
+    const auto loop = mainLoop();
+    if (loop->isCurrent()) {
         task();
     } else {
-        runLoop_->post(std::move(task));
+        loop->post(std::move(task));
     }
 }
 
 void VRNVorna::performStart(VornaInvocationEvent events) {
     auto invocationManager = VornaInvocationManager::sharedInstance();
     invocationManager->setInvocationEvents(events);
-    std::weak_ptr<VRNVorna> weak = weak_from_this();
-    invocationManager->setInvokeHandler([weak] {
-        if (auto self = weak.lock()) {
-            self->display();
-        }
-    });
-    invocationManager->start();
+    if (invocationsStarted_) {
+        // Setting the invocations up again would add a second floating button, edge swipe and
+        // screenshot observer, and every invocation would then open its report twice.
+        VRNLog("VRNVorna - Started again: the invocations of the first start stay as they were "
+               "set up (a new set of events changes only the shake gesture); authorizing again");
+    } else {
+        invocationsStarted_ = true;
+        std::weak_ptr<VRNVorna> weak = weak_from_this();
+        invocationManager->setInvokeHandler([weak] {
+            if (auto self = weak.lock()) {
+                self->display();
+            }
+        });
+        invocationManager->start();
+    }
 
     setStarter(std::make_shared<VRNStarter>(api_));
     addObservers();
@@ -198,13 +213,13 @@ void VRNVorna::retryAuthorization() {
     delay = delay * 2;
     VRNLog("VRNVorna - Will retry authorization after %ld", static_cast<long>(delay.load()));
     // The failure arrives on the HTTP thread; the timer belongs to the main run loop.
-    runLoop_->post([weak] {
+    mainLoop()->post([weak] {
         auto self = weak.lock();
         if (!self) {
             return;
         }
         auto timer =
-            self->runLoop_->scheduleTimer(static_cast<double>(delay.load()), false, [weak] {
+            self->mainLoop()->scheduleTimer(static_cast<double>(delay.load()), false, [weak] {
                 auto inner = weak.lock();
                 if (!inner) {
                     return;
@@ -309,7 +324,7 @@ void VRNVorna::display() {
         if (!self) {
             return;
         }
-        self->runLoop_->post([weak, finished] {
+        self->mainLoop()->post([weak, finished] {
             auto owner = weak.lock();
             if (!owner) {
                 return;

@@ -2,7 +2,9 @@
 
 #include <cmath>
 
+#include "platform/VRNRunLoop.h"
 #include "state/VRNConstants.h"
+#include "vorna/VRNLog.h"
 
 namespace vorna {
 namespace {
@@ -15,6 +17,12 @@ std::mutex& platformMutex() {
 std::shared_ptr<VRNInvocationPlatform>& platformInstance() {
     static std::shared_ptr<VRNInvocationPlatform> p;
     return p;
+}
+
+// Managers started before any toolkit was installed, whose windows wait for one.
+std::vector<std::weak_ptr<VornaInvocationManager>>& waitingForPlatform() {
+    static std::vector<std::weak_ptr<VornaInvocationManager>> waiting;
+    return waiting;
 }
 
 }  // namespace
@@ -79,14 +87,9 @@ void VornaInvocationManager::start() {
 }
 
 void VornaInvocationManager::setupInvocationEnvironment() {
-    const auto platformNow = platform();
-    if (containsVornaInvocationEvent(VornaInvocationEventFloatingButton) && platformNow) {
-        std::weak_ptr<VornaInvocationManager> weak = weak_from_this();
-        platformNow->setupFloatingButtonWindow([weak] {
-            if (auto manager = weak.lock()) {
-                manager->invokeVorna();
-            }
-        });
+    if (containsVornaInvocationEvent(VornaInvocationEventFloatingButton |
+                                     VornaInvocationEventRightEdgePan)) {
+        setupWindowedInvocations();
     }
     if (containsVornaInvocationEvent(VornaInvocationEventScreenshot)) {
         std::weak_ptr<VornaInvocationManager> weak = weak_from_this();
@@ -97,10 +100,48 @@ void VornaInvocationManager::setupInvocationEnvironment() {
                                                      }
                                                  }));
     }
-    if (containsVornaInvocationEvent(VornaInvocationEventRightEdgePan) && platformNow) {
+    // VornaInvocationEventReserved is accepted and sets up nothing.
+}
+
+void VornaInvocationManager::setupWindowedInvocations() {
+    std::shared_ptr<VRNInvocationPlatform> platformNow;
+    {
+        // Under the platform's lock, so that a toolkit installed at this moment either is seen
+        // here or finds this manager waiting.
+        std::lock_guard lock(platformMutex());
+        platformNow = platformInstance();
+        if (!platformNow) {
+            waitingForPlatform().push_back(weak_from_this());
+        }
+    }
+    if (!platformNow) {
+        VRNLog("VornaInvocationManager - No window toolkit yet: the floating button and the "
+               "edge swipe are set up once one is installed (a Qt host creates its QApplication "
+               "before starting the kit)");
+        return;
+    }
+    // Windows belong to the main thread; a start made before the toolkit's loop existed runs
+    // on the kit's own.
+    const auto loop = VRNRunLoop::main();
+    if (!loop->isCurrent()) {
+        loop->post([weak = weak_from_this()] {
+            if (auto manager = weak.lock()) {
+                manager->setupWindowedInvocations();
+            }
+        });
+        return;
+    }
+    if (containsVornaInvocationEvent(VornaInvocationEventFloatingButton)) {
+        std::weak_ptr<VornaInvocationManager> weak = weak_from_this();
+        platformNow->setupFloatingButtonWindow([weak] {
+            if (auto manager = weak.lock()) {
+                manager->invokeVorna();
+            }
+        });
+    }
+    if (containsVornaInvocationEvent(VornaInvocationEventRightEdgePan)) {
         platformNow->setupRightEdgePan(edgeSwipeHandler_);
     }
-    // VornaInvocationEventReserved is accepted and sets up nothing.
 }
 
 void VornaInvocationManager::invokeVorna() {
@@ -135,8 +176,28 @@ void VornaInvocationManager::setInvokeHandler(std::function<void()> handler) {
 }
 
 void VornaInvocationManager::setPlatform(std::shared_ptr<VRNInvocationPlatform> p) {
-    std::lock_guard lock(platformMutex());
-    platformInstance() = std::move(p);
+    std::vector<std::weak_ptr<VornaInvocationManager>> waiting;
+    {
+        std::lock_guard lock(platformMutex());
+        platformInstance() = p;
+        if (p) {
+            waiting.swap(waitingForPlatform());
+        }
+    }
+    if (waiting.empty()) {
+        return;
+    }
+    VRNLog("VornaInvocationManager - A window toolkit is installed: setting up the floating "
+           "button and the edge swipe now");
+    // Posted: the toolkit installs itself while the host is still making its application
+    // object, before windows can be made.
+    VRNRunLoop::main()->post([waiting = std::move(waiting)] {
+        for (const auto& weak : waiting) {
+            if (auto manager = weak.lock()) {
+                manager->setupWindowedInvocations();
+            }
+        }
+    });
 }
 
 std::shared_ptr<VRNInvocationPlatform> VornaInvocationManager::platform() {

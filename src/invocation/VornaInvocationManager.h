@@ -63,6 +63,8 @@ public:
 
     void start();
     void setupInvocationEnvironment();
+    // The floating button and the edge pan, on the main loop, once a toolkit is installed.
+    void setupWindowedInvocations();
     void invokeVorna();
     void screenshot();
     void edgeSwipHandlerShouldInvokeStart() override;
@@ -75,6 +77,7 @@ public:
 
     // The facade installs what an invocation does (open the report flow).
     void setInvokeHandler(std::function<void()> handler);
+    // Managers started before a platform was installed set up their windows when it is.
     static void setPlatform(std::shared_ptr<VRNInvocationPlatform> platform);
     static std::shared_ptr<VRNInvocationPlatform> platform();
 

@@ -38,7 +38,21 @@ std::optional<std::string> VRNInfoPlist::apiClientSecret() const {
 }
 
 std::optional<std::string> VRNInfoPlist::hostApplicationBundleId() const {
-    return VRNBundle::mainBundle()->bundleIdentifier();
+    const auto bundle = VRNBundle::mainBundle();
+    auto identifier = bundle->bundleIdentifier();
+    if (!identifier || identifier->empty()) {
+        static std::shared_ptr<VRNBundle> reported;
+        static std::mutex mutex;
+        std::lock_guard lock(mutex);
+        if (reported != bundle) {
+            reported = bundle;
+            VRNLog("VRNInfoPlist - The host's Info.plist (%s) has no \"CFBundleIdentifier\": the "
+                   "backend cannot register the application nor take its reports, and the kit's "
+                   "state folder is named after the executable until one is added",
+                   bundle->source().c_str());
+        }
+    }
+    return identifier;
 }
 
 std::shared_ptr<VRNBundle> VRNInfoPlist::vornaBundle() const {

@@ -18,7 +18,7 @@ PACKAGES=(
   qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-sensors-dev libgl-dev
   qt6-qpa-plugins libxkbcommon-dev
   fonts-inter
-  xvfb xauth xdotool imagemagick
+  xvfb xauth xdotool imagemagick openbox x11-apps
   qt6-tools-dev qt6-l10n-tools
 )
 

@@ -3,6 +3,8 @@
 #include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -104,8 +106,12 @@ QWidget* OrderDesk::makeOrdersScreen() {
 
     auto* open = navButton(QStringLiteral("Open order"));
     connect(open, &QPushButton::clicked, this, [this] { openOrder(orders_->currentRow()); });
+    auto* add = navButton(QStringLiteral("New order…"));
+    add->setShortcut(QKeySequence::New);
+    connect(add, &QPushButton::clicked, this, &OrderDesk::newOrder);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
+    buttons->addWidget(add);
     buttons->addWidget(open);
 
     layout->addWidget(title);
@@ -200,4 +206,25 @@ void OrderDesk::markShipped() {
     status_->setCurrentText(QStringLiteral("Shipped"));
     orders_->item(openRow_, 4)->setText(QStringLiteral("Shipped"));
     statusBar()->showMessage(QStringLiteral("Order marked as shipped"), 3000);
+}
+
+void OrderDesk::newOrder() {
+    // A dialog over the desk, modal to it alone: the kit's windows stay reachable, so a bug
+    // found in the dialog can be reported while it is open.
+    auto* dialog = new QDialog(this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowTitle(QStringLiteral("New order"));
+    dialog->setWindowModality(Qt::WindowModal);
+    auto* form = new QFormLayout(dialog);
+    form->addRow(QStringLiteral("Customer"), new QLineEdit);
+    form->addRow(QStringLiteral("Ship to"), new QLineEdit);
+    auto* priority = new QComboBox;
+    priority->addItems({QStringLiteral("Standard"), QStringLiteral("Express")});
+    form->addRow(QStringLiteral("Delivery"), priority);
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
+    connect(buttons, &QDialogButtonBox::accepted, dialog, &QDialog::accept);
+    connect(buttons, &QDialogButtonBox::rejected, dialog, &QDialog::reject);
+    form->addRow(buttons);
+    dialog->resize(420, 200);
+    dialog->open();
 }

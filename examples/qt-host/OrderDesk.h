@@ -23,6 +23,7 @@ private:
     void filterOrders(const QString& text);
     void openOrder(int row);
     void markShipped();
+    void newOrder();
 
     QStackedWidget* screens_ = nullptr;
     QTableWidget* orders_ = nullptr;

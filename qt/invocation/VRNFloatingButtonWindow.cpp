@@ -1,9 +1,11 @@
 #include "qt/invocation/VRNFloatingButtonWindow.h"
 
+#include <QMetaObject>
 #include <QMouseEvent>
 #include <QRegion>
 #include <QWindow>
 
+#include "platform/VRNNotificationCenter.h"
 #include "qt/invocation/VRNFloatingButtonVC.h"
 #include "qt/invocation/VRNFloatingButtonView.h"
 #include "qt/platform/VRNWindowStack.h"
@@ -15,6 +17,60 @@ VRNFloatingButtonWindow::VRNFloatingButtonWindow()
                    Qt::Tool | Qt::WindowDoesNotAcceptFocus) {
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
+    // Above every window of the screen it would cover other applications and take their
+    // clicks; the host's own windows are followed instead (stayAbove).
+    setWindowFlag(Qt::WindowStaysOnTopHint, false);
+
+    auto& center = VRNNotificationCenter::defaultCenter();
+    // Queued: the life cycle may be posted from any thread, and the window is the GUI thread's.
+    observers_.push_back(center.addObserver(VRNApplicationDidEnterBackgroundNotification,
+                                            [this](const VRNNotification&) {
+                                                QMetaObject::invokeMethod(
+                                                    this, [this] { hostWentAway(); },
+                                                    Qt::QueuedConnection);
+                                            }));
+    observers_.push_back(center.addObserver(VRNApplicationWillEnterForegroundNotification,
+                                            [this](const VRNNotification&) {
+                                                QMetaObject::invokeMethod(
+                                                    this, [this] { hostCameBack(); },
+                                                    Qt::QueuedConnection);
+                                            }));
+}
+
+VRNFloatingButtonWindow::~VRNFloatingButtonWindow() {
+    for (const auto token : observers_) {
+        VRNNotificationCenter::defaultCenter().removeObserver(token);
+    }
+}
+
+void VRNFloatingButtonWindow::hostWentAway() {
+    if (isVisible()) {
+        awayWithHost_ = true;
+        hide();
+    }
+}
+
+void VRNFloatingButtonWindow::hostCameBack() {
+    if (awayWithHost_) {
+        awayWithHost_ = false;
+        show();
+    }
+}
+
+void VRNFloatingButtonWindow::stayAbove() {
+    // A tool window is transient for the host's whole window group, which window managers keep
+    // it above; without a window manager the last window raised is on top.
+    if (!isVisible()) {
+        return;
+    }
+    raise();
+    // The kit's windows above the button's level (the report flow, the banner) stay above it.
+    for (QWidget* window : VRNWindowStack::windows()) {
+        if (window != this && isKitWindow(window) &&
+            VRNWindowStack::windowLevel(window) > windowLevel()) {
+            window->raise();
+        }
+    }
 }
 
 void VRNFloatingButtonWindow::setRootViewController(VRNFloatingButtonVC* controller) {

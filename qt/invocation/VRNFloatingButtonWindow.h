@@ -3,6 +3,9 @@
 #include <QPointer>
 #include <QWidget>
 
+#include <cstdint>
+#include <vector>
+
 #include "qt/platform/VRNKitWindow.h"
 #include "qt/platform/VRNPointerPassThrough.h"
 
@@ -13,8 +16,12 @@ namespace vorna {
 class VRNFloatingButtonVC;
 
 // The floating button's own top-level window, one level above the host's windows and as large
-// as the screen, clear everywhere but on the button. It takes the pointer only where its root
-// view says so (on the button):
+// as the screen, clear everywhere but on the button. On a desktop the button belongs to the
+// host, not to the screen: it is kept above the host's windows (a tool window of the host's
+// window group, raised again whenever a host window is shown or activated), never above other
+// applications' windows, and it is hidden while the host is in the background (every host
+// window minimised or hidden) and back when the host returns. It takes the pointer only where
+// its root view says so (on the button):
 // - where the window system can shape windows (X11, Wayland), the window's shape is the
 //   button's circle, so everything else reaches the windows beneath by the system's own means;
 // - where it cannot (offscreen, some embedded platforms), a press outside the button that still
@@ -26,12 +33,18 @@ class VRNFloatingButtonWindow : public VRNKitWindow {
 
 public:
     VRNFloatingButtonWindow();
+    ~VRNFloatingButtonWindow() override;
 
     void setRootViewController(VRNFloatingButtonVC* controller);
     VRNFloatingButtonVC* rootViewController() const;
 
     // Asks the root view the same question; without one the window takes nothing.
     bool pointInside(const QPointF& point) const;
+
+    // Puts the button back above the host's windows, after one of them was shown or activated.
+    void stayAbove();
+    // Whether the button was taken off the screen because the host went to the background.
+    bool isAwayWithHost() const { return awayWithHost_; }
 
 protected:
     void showEvent(QShowEvent* event) override;
@@ -41,10 +54,14 @@ protected:
 private:
     void updateShape();
     bool forward(QEvent* event);
+    void hostWentAway();
+    void hostCameBack();
 
     QPointer<VRNFloatingButtonVC> rootViewController_;
     VRNPointerPassThrough passThrough_{this};
     bool pressOnButton_ = false;  // the press under way began on the button
+    bool awayWithHost_ = false;
+    std::vector<uint64_t> observers_;
 };
 
 }  // namespace vorna

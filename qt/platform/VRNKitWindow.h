@@ -8,7 +8,8 @@ namespace vorna {
 
 // A top-level window of the kit's own: the floating button, the report flow, the banner. It
 // has a window level above the host's ordinary windows, no frame, stays above the host's
-// windows, and is no part of the host's life cycle (it is on screen whatever the host does).
+// windows, and is no part of the host's life cycle (whatever the host does, only the floating
+// button follows it to the background).
 // Every window the kit makes is one of these; nothing else marks them.
 class VRNKitWindow : public QWidget {
     Q_OBJECT

@@ -152,6 +152,36 @@ TEST_F(FloatingButtonTest, ClicksBesideTheButtonReachTheWindowBeneath) {
     EXPECT_EQ(taps, 2);
 }
 
+TEST_F(FloatingButtonTest, TheButtonGoesAwayWithTheHostAndComesBackWithIt) {
+    auto window = launch();
+    // Not above the whole screen: other applications' windows may cover it.
+    EXPECT_FALSE(window->windowFlags().testFlag(Qt::WindowStaysOnTopHint));
+
+    host.showMinimized();
+    EXPECT_TRUE(test::waitUntil([&] { return window->isHidden(); }));
+    EXPECT_TRUE(window->isAwayWithHost());
+    host.showNormal();
+    host.activateWindow();
+    EXPECT_TRUE(test::waitUntil([&] { return window->isVisible(); }));
+    EXPECT_FALSE(window->isAwayWithHost());
+    test::Pointer pointer(window->windowHandle());
+    pointer.click(QPointF(50, 762));
+    EXPECT_EQ(taps, 1);
+
+    // Hiding every window is the background too; a button the host never saw stays away.
+    host.hide();
+    EXPECT_TRUE(test::waitUntil([&] { return window->isHidden(); }));
+    test::showWindow(&host);
+    EXPECT_TRUE(test::waitUntil([&] { return window->isVisible(); }));
+    window->hide();
+    host.showMinimized();
+    test::settle();
+    host.showNormal();
+    host.activateWindow();
+    test::settle();
+    EXPECT_TRUE(window->isHidden());
+}
+
 TEST_F(FloatingButtonTest, WithoutAScreenTheButtonSitsAboveTheTopEdge) {
     test::ScopedScreen none(0, 0, 0);
     auto window = launch();

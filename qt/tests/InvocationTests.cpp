@@ -243,11 +243,39 @@ TEST_F(InvocationTest, RightEdgePanOpensOneReportOnceBeyondFortyPoints) {
     EXPECT_EQ(counter.displays, 2);
 }
 
-TEST_F(InvocationTest, EdgePanNeedsAKeyWindowAtStart) {
+TEST_F(InvocationTest, EveryHostWindowGetsTheEdgePanWhenItAppears) {
     host.hide();
     test::settle();
-    const auto manager = startManager(VornaInvocationEventRightEdgePan);
+    auto manager = startManager(VornaInvocationEventRightEdgePan | VornaInvocationEventFloatingButton);
     EXPECT_TRUE(platform->edgePanRecognizers().isEmpty());
+
+    // The main window shown after the start, then a window the host opens later.
+    test::showWindow(&host);
+    QWidget later;
+    later.setGeometry(0, 0, 375, 812);
+    test::showWindow(&later);
+    ASSERT_EQ(platform->edgePanRecognizers().size(), 2);
+    test::Pointer pointer(later.windowHandle());
+    pointer.drag(QPointF(370, 400), QPointF(70, 400), 10);
+    test::settle();
+    EXPECT_EQ(counter.displays, 1);
+
+    // Shown again, it keeps its one pan: one swipe, one report. The kit's windows get none.
+    later.hide();
+    test::showWindow(&later);
+    pointer.drag(QPointF(370, 400), QPointF(70, 400), 10);
+    test::settle();
+    EXPECT_EQ(counter.displays, 2);
+    EXPECT_EQ(platform->edgePanRecognizers().size(), 2);
+    ASSERT_EQ(platform->floatingWindows().size(), 1);
+    EXPECT_TRUE(platform->floatingWindows().front()->findChildren<VornaEdgePanRecognizer*>().isEmpty());
+
+    // Once the manager is gone, new windows are left alone.
+    manager.reset();
+    QWidget afterwards;
+    afterwards.setGeometry(0, 0, 375, 812);
+    test::showWindow(&afterwards);
+    EXPECT_EQ(platform->edgePanRecognizers().size(), 2);
 }
 
 TEST_F(InvocationTest, ReservedBitAndNoBitsSetUpNothing) {

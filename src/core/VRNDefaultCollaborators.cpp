@@ -16,7 +16,7 @@ std::shared_ptr<VRNAPIProtocol> VRNMakeDefaultAPI() {
 }
 
 void VRNRegisterKitResources() {
-    VRNUIPlatform::current()->registerFonts();
+    VRNUIPlatform::registerKitResources();
 }
 
 void VRNStartBlackBox() {

@@ -13,6 +13,7 @@ namespace {
 struct Installed {
     std::mutex mutex;
     std::shared_ptr<VRNUIPlatform> platform = std::make_shared<VRNUIPlatform>();
+    bool resourcesWanted = false;
 };
 
 Installed& installed() {
@@ -46,8 +47,25 @@ void VRNUIPlatform::install(std::shared_ptr<VRNUIPlatform> platform) {
         auto alive = weak.lock();
         return alive ? alive->localizedString(key) : key;
     });
-    std::lock_guard lock(installed().mutex);
-    installed().platform = std::move(platform);
+    bool resourcesWanted = false;
+    {
+        std::lock_guard lock(installed().mutex);
+        installed().platform = platform;
+        resourcesWanted = installed().resourcesWanted;
+    }
+    if (resourcesWanted) {
+        platform->registerFonts();
+    }
+}
+
+void VRNUIPlatform::registerKitResources() {
+    std::shared_ptr<VRNUIPlatform> platform;
+    {
+        std::lock_guard lock(installed().mutex);
+        installed().resourcesWanted = true;
+        platform = installed().platform;
+    }
+    platform->registerFonts();
 }
 
 void VRNUIPlatform::uninstall() {

@@ -47,6 +47,9 @@ public:
     static void uninstall();
     // Never empty.
     static std::shared_ptr<VRNUIPlatform> current();
+    // The kit's resources (fonts) on the platform installed; a platform installed later, by a
+    // host that started the kit before making its toolkit, registers them as it is installed.
+    static void registerKitResources();
 };
 
 }  // namespace vorna

@@ -144,7 +144,8 @@ void VRNVorna::performStart(VornaInvocationEvent events) {
     invocationManager->setInvocationEvents(events);
     if (invocationsStarted_) {
         // Setting the invocations up again would add a second floating button, edge swipe and
-        // screenshot observer, and every invocation would then open its report twice.
+        // screenshot observer, and every invocation would then open its report twice; the
+        // life-cycle observers, added twice, would authorize twice at every foreground entry.
         VRNLog("VRNVorna - Started again: the invocations of the first start stay as they were "
                "set up (a new set of events changes only the shake gesture); authorizing again");
     } else {
@@ -156,10 +157,10 @@ void VRNVorna::performStart(VornaInvocationEvent events) {
             }
         });
         invocationManager->start();
+        addObservers();
     }
 
     setStarter(std::make_shared<VRNStarter>(api_));
-    addObservers();
     authorizeVorna();
     VRNStartBlackBox();
     VRNStartSessionReporter();

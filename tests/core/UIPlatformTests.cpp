@@ -5,6 +5,7 @@
 #include "invocation/VornaInvocationManager.h"
 #include "platform/VRNDeviceProvider.h"
 #include "platform/VRNLocalizedString.h"
+#include "platform/VRNVirtualRunLoop.h"
 #include "state/VRNConstants.h"
 #include "support/LogCapture.h"
 #include "vorna/VornaReportData.h"
@@ -17,8 +18,10 @@ struct Screen : VRNDeviceProvider {
 };
 
 struct Windows : VRNInvocationPlatform {
-    void setupFloatingButtonWindow(std::function<void()>) override {}
-    void setupRightEdgePan(std::shared_ptr<VRNEdgeSwipeHandler>) override {}
+    void setupFloatingButtonWindow(std::function<void()>) override { ++buttons; }
+    void setupRightEdgePan(std::shared_ptr<VRNEdgeSwipeHandler>) override { ++pans; }
+    int buttons = 0;
+    int pans = 0;
 };
 
 struct Finished : VRNCoordinatorProtocol {
@@ -28,6 +31,7 @@ struct Finished : VRNCoordinatorProtocol {
 
 // A toolkit as the kit sees it, with every part but the main loop (which stays the test's).
 struct Toolkit : VRNUIPlatform {
+    std::shared_ptr<VRNRunLoop> mainRunLoop() override { return loop; }
     std::shared_ptr<VRNDeviceProvider> deviceProvider() override { return screen; }
     std::shared_ptr<VRNInvocationPlatform> invocationPlatform() override { return windows; }
     std::optional<VRNData> captureScreenshot() override { return VRNData{0xff, 0xd8, 0xff}; }
@@ -40,6 +44,7 @@ struct Toolkit : VRNUIPlatform {
         contexts.push_back(std::move(context));
         return std::make_shared<Finished>();
     }
+    std::shared_ptr<VRNRunLoop> loop;
     std::shared_ptr<Screen> screen = std::make_shared<Screen>();
     std::shared_ptr<Windows> windows = std::make_shared<Windows>();
     int fontRegistrations = 0;
@@ -55,8 +60,9 @@ TEST(UIPlatformTests, OneInstallPutsEveryPartInPlaceAndOneUninstallTakesThemAway
     EXPECT_EQ(VornaInvocationManager::platform(), toolkit->windows);
     EXPECT_EQ(VRNLocalizedString("Dismiss"), "Schließen");
     EXPECT_EQ(VRNLocalizedString("Reporting disabled"), "Reporting disabled");
+    const int fontsAtInstall = toolkit->fontRegistrations;
     VRNRegisterKitResources();
-    EXPECT_EQ(toolkit->fontRegistrations, 1);
+    EXPECT_EQ(toolkit->fontRegistrations, fontsAtInstall + 1);
     const auto report = VRNMakeAutoReportData(true, std::string("from code"), nullptr);
     EXPECT_EQ(report->screenshotFile()->name(), "screenshot.jpg");
     EXPECT_EQ(report->screenshotFile()->data()->size(), 3u);
@@ -72,6 +78,41 @@ TEST(UIPlatformTests, OneInstallPutsEveryPartInPlaceAndOneUninstallTakesThemAway
     EXPECT_TRUE(
         log.contains("VRNVorna - No screen to capture in this host, sending the empty screenshot"));
     EXPECT_FALSE(VRNUIPlatform::current()->makeCoordinator(VRNCoordinatorContext{}));
+}
+
+TEST(UIPlatformTests, AKitStartedBeforeItsToolkitGetsItsWindowsAndFontsWhenTheToolkitComes) {
+    test::LogCapture log;
+    const auto hostLoop = VRNRunLoop::main();
+    VRNUIPlatform::uninstall();
+    VRNRegisterKitResources();
+    auto manager = std::make_shared<VornaInvocationManager>();
+    manager->setInvocationEvents(VornaInvocationEventFloatingButton |
+                                 VornaInvocationEventRightEdgePan);
+    manager->start();
+    EXPECT_EQ(log.count("VornaInvocationManager - No window toolkit yet: the floating button and "
+                        "the edge swipe are set up once one is installed (a Qt host creates its "
+                        "QApplication before starting the kit)"),
+              1u);
+
+    auto toolkit = std::make_shared<Toolkit>();
+    auto loop = std::make_shared<VRNVirtualRunLoop>();
+    toolkit->loop = loop;
+    VRNUIPlatform::install(toolkit);
+    EXPECT_EQ(toolkit->fontRegistrations, 1);
+    EXPECT_EQ(toolkit->windows->buttons, 0);  // the application object is still being made
+    loop->drain();
+    EXPECT_EQ(toolkit->windows->buttons, 1);
+    EXPECT_EQ(toolkit->windows->pans, 1);
+    EXPECT_TRUE(log.contains("VornaInvocationManager - A window toolkit is installed: setting up "
+                             "the floating button and the edge swipe now"));
+
+    // A toolkit installed again finds nobody waiting.
+    VRNUIPlatform::install(toolkit);
+    loop->drain();
+    EXPECT_EQ(toolkit->windows->buttons, 1);
+
+    VRNUIPlatform::uninstall();
+    VRNRunLoop::setMain(hostLoop);
 }
 
 }  // namespace

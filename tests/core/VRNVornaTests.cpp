@@ -2,8 +2,10 @@
 
 #include "api/VRNAPIAuthResponse.h"
 #include "connectivity/VRNConnection.h"
+#include "core/VRNDefaultCollaborators.h"
 #include "core/VRNStarter.h"
 #include "flow/VRNCoordinator.h"
+#include "invocation/VornaInvocationManager.h"
 #include "platform/VRNBundle.h"
 #include "platform/VRNVirtualRunLoop.h"
 #include "state/VRNAppRepository.h"
@@ -329,6 +331,42 @@ TEST_F(VRNVornaTest, AFlowThatEndsAsItStartsLetsTheNextInvocationOpenAnother) {
     EXPECT_EQ(vorna->coordinator(), nullptr);
     vorna->display();
     EXPECT_EQ(made, 2);
+}
+
+TEST_F(VRNVornaTest, ASecondStartKeepsOneSetOfInvocationsAndObserversButAuthorizesAgain) {
+    struct Windows : VRNInvocationPlatform {
+        void setupFloatingButtonWindow(std::function<void()>) override { ++buttons; }
+        void setupRightEdgePan(std::shared_ptr<VRNEdgeSwipeHandler>) override { ++pans; }
+        int buttons = 0;
+        int pans = 0;
+    };
+    const auto hostLoop = VRNRunLoop::main();
+    VRNRunLoop::setMain(loop);
+    // The black box a start begins samples into the test's defaults, or not at all.
+    VRNKeyValueStore::setStandard(store);
+    VRNSetBlackBoxEnabled(false);
+    const auto windows = std::make_shared<Windows>();
+    VornaInvocationManager::setPlatform(windows);
+    const auto events = VornaInvocationEventFloatingButton | VornaInvocationEventRightEdgePan;
+
+    vorna->performStart(events);
+    vorna->performStart(events);
+    loop->drain();
+    EXPECT_EQ(windows->buttons, 1);
+    EXPECT_EQ(windows->pans, 1);
+    EXPECT_EQ(log.count("VRNVorna - Started again: the invocations of the first start stay as "
+                        "they were set up (a new set of events changes only the shake gesture); "
+                        "authorizing again"),
+              1u);
+    EXPECT_EQ(api->authCount(), 2u);
+
+    // One foreground entry, one authorization.
+    center.post(VRNApplicationWillEnterForegroundNotification);
+    EXPECT_EQ(api->authCount(), 3u);
+
+    VornaInvocationManager::setPlatform(nullptr);
+    VRNRunLoop::setMain(hostLoop);
+    VRNKeyValueStore::setStandard(nullptr);
 }
 
 }  // namespace

@@ -88,6 +88,24 @@ TEST_F(Configuration, MissingMalformedOrIncompleteInfoPlistLogsOnceAndAnswersNot
     EXPECT_NE(log.lines()[0].find("has no \"Vorna\" dictionary"), std::string::npos);
 }
 
+TEST_F(Configuration, InfoPlistWithoutAnIdentifierSaysSoOnceForEachFile) {
+    std::string anonymous = kHostPlist;
+    anonymous.erase(anonymous.find("    <key>CFBundleIdentifier</key>"),
+                    std::string("    <key>CFBundleIdentifier</key><string>com.example.host</string>\n")
+                        .size());
+    const auto path = write(anonymous);
+    VRNBundle::setMainInfoPlistPath(path);
+    EXPECT_FALSE(VRNInfoPlist().hostApplicationBundleId());
+    EXPECT_FALSE(VRNInfoPlist().hostApplicationBundleId());
+    EXPECT_EQ(VRNInfoPlist().apiClientID(), "id&1");
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{
+                  "VRNInfoPlist - The host's Info.plist (" + path.string() +
+                  ") has no \"CFBundleIdentifier\": the backend cannot register the application "
+                  "nor take its reports, and the kit's state folder is named after the executable "
+                  "until one is added"});
+}
+
 TEST_F(Configuration, HostileInfoPlistCostsALogLineNotTheHost) {
     // A raw NUL inside a string ends the string.
     std::string withNul = kHostPlist;

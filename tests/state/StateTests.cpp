@@ -140,9 +140,9 @@ TEST_F(Configuration, EnvironmentPointsABuiltKitAtAnotherBackend) {
     setenv("VORNA_API_URL", "https://staging.example.com/bugs/", 1);
     EXPECT_EQ(VRNInfoPlist().apiUrl(), "https://staging.example.com/bugs/");
     // Said once for the value, however often it is read and however it was spelt.
-    EXPECT_EQ(log.lines(), std::vector<std::string>{
-                               "VRNInfoPlist - The backend URL comes from the environment "
-                               "(VORNA_API_URL): https://staging.example.com/bugs/"});
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{"VRNInfoPlist - The backend URL comes from the environment "
+                                       "(VORNA_API_URL): https://staging.example.com/bugs/"});
 
     log.clear();
     setenv("VORNA_API_URL", "http://10.0.0.2:8642/", 1);

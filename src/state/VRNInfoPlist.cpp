@@ -1,5 +1,6 @@
 #include "state/VRNInfoPlist.h"
 
+#include <cstdlib>
 #include <mutex>
 
 #include "state/VRNConstants.h"
@@ -25,6 +26,30 @@ std::optional<std::string> vornaEntry(const char* key) {
         return std::nullopt;
     }
     return bundle->stringInDictionary(VornaDictKey, key);
+}
+
+// A kit built once can be pointed at another backend (a staging server, a tester's own) by the
+// host's environment; an empty value counts as unset. Read at each use, like the rest of the
+// configuration, and said once per distinct value so that a log shows where reports went.
+std::optional<std::string> environmentApiUrl() {
+    const char* value = std::getenv(kVornaApiURLKey);
+    if (value == nullptr || *value == '\0') {
+        return std::nullopt;
+    }
+    std::string url = value;
+    if (url.back() != '/') {
+        // Request paths are appended to the base directly.
+        url += '/';
+    }
+    static std::string reported;
+    static std::mutex mutex;
+    std::lock_guard lock(mutex);
+    if (reported != url) {
+        reported = url;
+        VRNLog("VRNInfoPlist - The backend URL comes from the environment (%s): %s",
+               kVornaApiURLKey, url.c_str());
+    }
+    return url;
 }
 
 }  // namespace
@@ -60,6 +85,9 @@ std::shared_ptr<VRNBundle> VRNInfoPlist::vornaBundle() const {
 }
 
 std::optional<std::string> VRNInfoPlist::apiUrl() const {
+    if (auto url = environmentApiUrl()) {
+        return url;
+    }
     return vornaBundle()->stringForKey(kVornaApiURLKey);
 }
 

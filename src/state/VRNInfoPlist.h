@@ -19,7 +19,8 @@ public:
     std::optional<std::string> apiClientSecret() const;
     std::optional<std::string> hostApplicationBundleId() const;
     std::shared_ptr<VRNBundle> vornaBundle() const;
-    // Ends with a slash: request paths are appended to it directly.
+    // The environment variable VORNA_API_URL when set and not empty, else the URL fixed when the
+    // kit was built. Ends with a slash: request paths are appended to it directly.
     std::optional<std::string> apiUrl() const;
     // The page behind "Read here" on the compose screen: "HelpURL" of the host's "Vorna"
     // dictionary, else the backend's own page "help" under the base URL.

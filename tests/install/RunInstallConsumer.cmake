@@ -1,5 +1,7 @@
 # Installs the kit from the build tree into a private prefix, then builds and runs a tiny host
-# that finds it with find_package(Vorna), the way a host's own build would.
+# that finds it with find_package(Vorna), the way a host's own build would, and the Qt host that
+# the README shows.
+cmake_minimum_required(VERSION 3.25)
 file(REMOVE_RECURSE ${WORK_DIR})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK_DIR}/prefix
                 RESULT_VARIABLE rc OUTPUT_QUIET)
@@ -36,4 +38,94 @@ if(EXISTS ${WORK_DIR}/build/vorna_qt_consumer)
     endif()
 elseif(EXPECT_QT)
     message(FATAL_ERROR "the kit was built with its Qt layer, but the consumer found no Vorna::vorna_qt")
+endif()
+
+if(NOT EXPECT_QT)
+    return()
+endif()
+
+# The Qt host of the README, made of its code blocks and nothing else: each block that follows a
+# "<!-- host file: NAME -->" line becomes the file NAME. It is built against the installed kit,
+# installed, and run offscreen through a symbolic link, the way a packaged program often is; it
+# has to find its Info.plist beside the real executable and reach the backend named by the
+# environment (a closed port: the authorization fails, after the kit has said what it read).
+file(READ ${SOURCE_DIR}/README.md readme)
+set(host_dir ${WORK_DIR}/readme-host)
+set(marker "<!-- host file: ")
+string(LENGTH "${marker}" marker_length)
+set(names "")
+while(TRUE)
+    string(FIND "${readme}" "${marker}" at)
+    if(at EQUAL -1)
+        break()
+    endif()
+    math(EXPR at "${at} + ${marker_length}")
+    string(SUBSTRING "${readme}" ${at} -1 readme)
+    string(FIND "${readme}" " -->" end)
+    string(SUBSTRING "${readme}" 0 ${end} name)
+    # From the line after the opening fence to the closing fence.
+    string(FIND "${readme}" "\n```" open)
+    math(EXPR open "${open} + 1")
+    string(SUBSTRING "${readme}" ${open} -1 readme)
+    string(FIND "${readme}" "\n" eol)
+    math(EXPR eol "${eol} + 1")
+    string(SUBSTRING "${readme}" ${eol} -1 readme)
+    string(FIND "${readme}" "\n```" close)
+    math(EXPR close "${close} + 1")
+    string(SUBSTRING "${readme}" 0 ${close} content)
+    file(WRITE ${host_dir}/${name} "${content}")
+    list(APPEND names ${name})
+    string(SUBSTRING "${readme}" ${close} -1 readme)
+endwhile()
+list(SORT names)
+if(NOT names STREQUAL "CMakeLists.txt;Info.plist;main.cpp")
+    message(FATAL_ERROR "the README's host is not its three files: ${names}")
+endif()
+
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${host_dir} -B ${WORK_DIR}/readme-host-build
+                        -G ${GENERATOR} -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix
+                        -DCMAKE_INSTALL_PREFIX=${WORK_DIR}/readme-host-prefix ${consumer_flags}
+                RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "configuring the README's host failed: ${rc}")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} --build ${WORK_DIR}/readme-host-build RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "building the README's host failed: ${rc}")
+endif()
+if(NOT EXISTS ${WORK_DIR}/readme-host-build/Info.plist)
+    message(FATAL_ERROR "the README's host was built without its Info.plist beside it")
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} --install ${WORK_DIR}/readme-host-build
+                RESULT_VARIABLE rc OUTPUT_QUIET)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "installing the README's host failed: ${rc}")
+endif()
+set(installed ${WORK_DIR}/readme-host-prefix/libexec/my_host)
+if(NOT EXISTS ${installed}/my_host OR NOT EXISTS ${installed}/Info.plist)
+    message(FATAL_ERROR "the README's host was not installed beside its Info.plist in ${installed}")
+endif()
+file(MAKE_DIRECTORY ${WORK_DIR}/bin)
+file(CREATE_LINK ${installed}/my_host ${WORK_DIR}/bin/my_host SYMBOLIC)
+
+set(log ${WORK_DIR}/readme-host.log)
+execute_process(COMMAND ${SOURCE_DIR}/tests/install/RunUntilLine.sh 120 ${log}
+                        "API Secret Key: my-host-secret"
+                        env QT_QPA_PLATFORM=offscreen
+                        XDG_DATA_HOME=${WORK_DIR}/data VORNA_API_URL=http://127.0.0.1:9
+                        ${WORK_DIR}/bin/my_host
+                RESULT_VARIABLE rc)
+file(READ ${log} out)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "the README's host did not start and authorize: ${rc}\n${out}")
+endif()
+foreach(line "vorna: VRNInfoPlist - The backend URL comes from the environment (VORNA_API_URL): http://127.0.0.1:9/"
+             "vorna: API Client Key: my-host-client")
+    string(FIND "${out}" "${line}" at)
+    if(at EQUAL -1)
+        message(FATAL_ERROR "the README's host did not log \"${line}\":\n${out}")
+    endif()
+endforeach()
+if(out MATCHES "No Info.plist|malformed|has no \"")
+    message(FATAL_ERROR "the README's host did not read its Info.plist:\n${out}")
 endif()

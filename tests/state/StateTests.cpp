@@ -33,7 +33,21 @@ constexpr const char* kHostPlist = R"(<?xml version="1.0" encoding="UTF-8"?>
 
 class Configuration : public testing::Test {
 protected:
-    void TearDown() override { VRNBundle::setMainInfoPlistPath({}); }
+    // The backend URL of the developer's own environment would change what these tests read.
+    void SetUp() override {
+        if (const char* url = std::getenv("VORNA_API_URL")) {
+            savedApiUrl = url;
+        }
+        unsetenv("VORNA_API_URL");
+    }
+    void TearDown() override {
+        VRNBundle::setMainInfoPlistPath({});
+        if (savedApiUrl) {
+            setenv("VORNA_API_URL", savedApiUrl->c_str(), 1);
+        } else {
+            unsetenv("VORNA_API_URL");
+        }
+    }
     std::filesystem::path write(const std::string& text) {
         const auto path = dir / "Info.plist";
         std::ofstream(path) << text;
@@ -41,6 +55,7 @@ protected:
     }
     test::TempDir dir;
     test::LogCapture log;
+    std::optional<std::string> savedApiUrl;
 };
 
 TEST_F(Configuration, HostInfoPlistGivesCredentialsAndBundleIdentifier) {
@@ -129,6 +144,36 @@ TEST_F(Configuration, HostileInfoPlistCostsALogLineNotTheHost) {
     ASSERT_FALSE(log.lines().empty());
     EXPECT_NE(log.lines()[0].find("is malformed (it nests deeper than 64 levels)"),
               std::string::npos);
+}
+
+TEST_F(Configuration, EnvironmentPointsABuiltKitAtAnotherBackend) {
+    VRNBundle::setMainInfoPlistPath(write(kHostPlist));
+    const auto built = VRNBundle::vornaBundle()->stringForKey("VORNA_API_URL");
+    ASSERT_TRUE(built);
+
+    // Without its trailing slash the paths would run into the host name.
+    setenv("VORNA_API_URL", "https://staging.example.com/bugs", 1);
+    EXPECT_EQ(VRNInfoPlist().apiUrl(), "https://staging.example.com/bugs/");
+    EXPECT_EQ(VRNInfoPlist().helpUrl(), "https://staging.example.com/bugs/help");
+    setenv("VORNA_API_URL", "https://staging.example.com/bugs/", 1);
+    EXPECT_EQ(VRNInfoPlist().apiUrl(), "https://staging.example.com/bugs/");
+    // Said once for the value, however often it is read and however it was spelt.
+    EXPECT_EQ(log.lines(),
+              std::vector<std::string>{"VRNInfoPlist - The backend URL comes from the environment "
+                                       "(VORNA_API_URL): https://staging.example.com/bugs/"});
+
+    log.clear();
+    setenv("VORNA_API_URL", "http://10.0.0.2:8642/", 1);
+    EXPECT_EQ(VRNInfoPlist().apiUrl(), "http://10.0.0.2:8642/");
+    EXPECT_EQ(log.lines().size(), 1u);
+
+    // Empty is unset: the URL the kit was built with, and nothing said about it.
+    log.clear();
+    setenv("VORNA_API_URL", "", 1);
+    EXPECT_EQ(VRNInfoPlist().apiUrl(), built);
+    unsetenv("VORNA_API_URL");
+    EXPECT_EQ(VRNInfoPlist().apiUrl(), built);
+    EXPECT_TRUE(log.lines().empty());
 }
 
 class Repository : public testing::Test {

@@ -110,7 +110,8 @@ pause 0.8  # its fade-in
 picture annotation
 
 # The flow covers the screen. The picture sits between the bar (44) and the toolbar (44 at the
-# bottom) with a twentieth of the height above and below, at the screen's own proportions.
+# bottom) with a twentieth of the height above and below, at its own proportions: those of the
+# host's window, which fills this screen (no window manager, so no frame).
 offset=$((height / 20))
 top=$((44 + offset))
 bottom=$((height - 44 - offset))

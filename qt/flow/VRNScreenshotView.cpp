@@ -38,6 +38,9 @@ VRNScreenshotView::VRNScreenshotView(QWidget* parent) : QWidget(parent) {
 }
 
 void VRNScreenshotView::setupScreenshotImageView() {
+    // The picture covers the application's windows, not the screen: its own aspect wins.
+    ratio_ = VRNScreenshotLayout::ratio(screenshotImageView_->image(),
+                                        VRNDeviceProvider::current()->mainScreen());
     screenshotImageView_->setAttribute(Qt::WA_TransparentForMouseEvents, false);
     imageViewConstrained_ = true;
     layoutSubviews();

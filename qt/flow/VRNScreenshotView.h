@@ -13,10 +13,10 @@ class VRNOverlayView;
 class VRNScreenshotImageView;
 
 // The annotation screen's view: the picture with the drawing surface over it, and the toolbar
-// along the bottom. The picture keeps the main screen's aspect and sits centred between the
-// navigation bar and the toolbar, a twentieth of the screen's height away from each; the
-// drawing surface covers the picture exactly. The toolbar has no background and no shadow: its
-// items sit on the screen's own background.
+// along the bottom. The picture keeps its own aspect (the screen's until it is set up) and sits
+// centred between the navigation bar and the toolbar, a twentieth of the screen's height away
+// from each; the drawing surface covers the picture exactly. The toolbar has no background and
+// no shadow: its items sit on the screen's own background.
 class VRNScreenshotView : public QWidget {
     Q_OBJECT
 
@@ -29,7 +29,8 @@ public:
     QWidget* toolBar() const { return toolBar_; }
     VRNOverlayView* overlayView() const { return overlayView_; }
 
-    // The picture takes pointer input from now on and is placed by its constraints.
+    // The picture takes pointer input from now on and is placed by its constraints, at the
+    // aspect of the image the picture view holds now.
     void setupScreenshotImageView();
     // How far below the view's top the navigation bar reaches.
     void setSafeAreaTop(double top);

@@ -312,6 +312,24 @@ TEST_F(AnnotationTest, LayoutAndBarOfA375x812Screen) {
     EXPECT_EQ(sent.size(), 1u);
 }
 
+TEST_F(AnnotationTest, AWidePictureOfTheWindowsKeepsItsOwnAspect) {
+    // The windows took 800 × 300 points of the screen: on the phone-sized screen the picture
+    // fits across, centred in the band, neither stretched to the screen's aspect nor cut.
+    show(VRNImage::filled(800, 300, 2, 200, 200, 200));
+    EXPECT_DOUBLE_EQ(screen->screenshotView()->ratio(), 300.0 / 800.0);
+    EXPECT_EQ(imageView()->geometry(), QRect(0, 336, 375, 140));
+    const QImage shown = stack->view()->grab().toImage();
+    EXPECT_EQ(pixelAt(shown, 187, 300), (Pixel{0x11, 0x44, 0xf1, 255}));  // above it
+    EXPECT_TRUE(near(pixelAt(shown, 187, 400), kGrey, 2));
+    EXPECT_EQ(pixelAt(shown, 187, 500), (Pixel{0x11, 0x44, 0xf1, 255}));  // below it
+
+    // A stroke keeps the aspect: the new picture is the view's, at the screen's scale.
+    pointer->drag(onPicture(50, 70), onPicture(300, 70));
+    EXPECT_EQ(viewModel->screenshotImage().width(), 750);
+    EXPECT_EQ(viewModel->screenshotImage().height(), 280);
+    EXPECT_EQ(pixelAt(viewModel->screenshotImage(), 200, 140), kRed);
+}
+
 TEST_F(AnnotationTest, WithoutAScreenTheScreenIsEmptyAndNextSendsAFileWithoutData) {
     test::ScopedScreen none(0, 0, 0);
     show(VRNImage());

@@ -3,11 +3,19 @@
 #include <cmath>
 
 #include "platform/VRNDeviceProvider.h"
+#include "platform/VRNImage.h"
 
 namespace vorna {
 
 double VRNScreenshotLayout::ratio(const VRNScreenInfo& screen) {
     return screen.width > 0 && screen.height > 0 ? screen.height / screen.width : 0.0;
+}
+
+double VRNScreenshotLayout::ratio(const VRNImage& picture, const VRNScreenInfo& screen) {
+    if (picture.isEmpty()) {
+        return ratio(screen);
+    }
+    return static_cast<double>(picture.height()) / static_cast<double>(picture.width());
 }
 
 double VRNScreenshotLayout::verticalOffset(const VRNScreenInfo& screen) {

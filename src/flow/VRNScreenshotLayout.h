@@ -4,17 +4,21 @@
 
 namespace vorna {
 
+class VRNImage;
 struct VRNScreenInfo;
 
-// Where the annotation screen puts the picture and the toolbar. The picture keeps the main
-// screen's own aspect (it is a picture of that screen) and sits centred between the navigation
-// bar and the toolbar, a twentieth of the screen's height away from each.
+// Where the annotation screen puts the picture and the toolbar. The picture keeps its own
+// aspect (it covers only the application's windows, not the whole screen) and sits centred
+// between the navigation bar and the toolbar, a twentieth of the screen's height away from each.
 class VRNScreenshotLayout {
 public:
     static constexpr double kToolbarHeight = 44;  // points
 
     // Main screen height divided by its width; 0 without a screen.
     static double ratio(const VRNScreenInfo& screen);
+    // The picture's height divided by its width; for a picture without pixels, the screen's
+    // (the area the tester may still draw on).
+    static double ratio(const VRNImage& picture, const VRNScreenInfo& screen);
     // A twentieth of the main screen's height.
     static double verticalOffset(const VRNScreenInfo& screen);
 

@@ -11,6 +11,7 @@
 #include "flow/VRNScreenshotLayout.h"
 #include "flow/VRNStrokeCapture.h"
 #include "platform/VRNDeviceProvider.h"
+#include "platform/VRNImage.h"
 #include "state/VRNAppRepository.h"
 #include "support/TempDir.h"
 
@@ -155,6 +156,29 @@ TEST(ScreenshotLayoutTest, PictureKeepsTheScreensAspectBetweenBarAndToolbar) {
     EXPECT_EQ(VRNScreenshotLayout::imageViewFrame({1920, 1080}, 44, 1036,
                                                   VRNScreenshotLayout::ratio(desktop), 54),
               (VRNRect{174, 98, 1572, 884}));
+}
+
+TEST(ScreenshotLayoutTest, ACroppedPictureKeepsItsOwnAspectNotTheScreens) {
+    const VRNScreenInfo desktop{1920, 1080, 3840, 2160, 2};
+    // The application's windows cover 800 × 300 points of the screen, drawn at its scale.
+    const VRNImage wide = VRNImage::filled(800, 300, 2, 200, 200, 200);
+    const double ratio = VRNScreenshotLayout::ratio(wide, desktop);
+    EXPECT_DOUBLE_EQ(ratio, 300.0 / 800.0);
+    // The band (98 to 982) would want it 2357 points wide: it fits across instead, centred in
+    // the band, the twentieth of the screen's height still above and below the band.
+    EXPECT_EQ(VRNScreenshotLayout::imageViewFrame({1920, 1080}, 44, 1036, ratio,
+                                                  VRNScreenshotLayout::verticalOffset(desktop)),
+              (VRNRect{0, 180, 1920, 720}));
+
+    // A tall, narrow window: the band's height decides.
+    const VRNImage tall = VRNImage::filled(400, 900, 1, 0, 0, 0);
+    EXPECT_EQ(VRNScreenshotLayout::imageViewFrame({1920, 1080}, 44, 1036,
+                                                  VRNScreenshotLayout::ratio(tall, desktop), 54),
+              (VRNRect{764, 98, 392, 884}));
+
+    // Without pixels, there is still an area of the screen's aspect to draw on.
+    EXPECT_DOUBLE_EQ(VRNScreenshotLayout::ratio(VRNImage(), desktop), 1080.0 / 1920.0);
+    EXPECT_EQ(VRNScreenshotLayout::ratio(VRNImage(), VRNScreenInfo{}), 0);
 }
 
 TEST(ScreenshotLayoutTest, TooNarrowAViewFitsThePictureAcrossAndCentresItInTheBand) {

@@ -1,5 +1,6 @@
 #include "qt/invocation/VRNFloatingButtonWindow.h"
 
+#include <QGuiApplication>
 #include <QMetaObject>
 #include <QMouseEvent>
 #include <QRegion>
@@ -60,7 +61,11 @@ void VRNFloatingButtonWindow::hostCameBack() {
 void VRNFloatingButtonWindow::stayAbove() {
     // A tool window is transient for the host's whole window group, which window managers keep
     // it above; without a window manager the last window raised is on top.
-    if (!isVisible()) {
+    // Without a window system (offscreen, minimal) there is no stacking to keep, and each raise
+    // would only be answered with a warning.
+    const QString platform = QGuiApplication::platformName();
+    if (!isVisible() || platform == QLatin1String("offscreen") ||
+        platform == QLatin1String("minimal")) {
         return;
     }
     raise();

@@ -54,7 +54,13 @@ void VRNUIPlatform::install(std::shared_ptr<VRNUIPlatform> platform) {
         resourcesWanted = installed().resourcesWanted;
     }
     if (resourcesWanted) {
-        platform->registerFonts();
+        // Posted: a toolkit installs itself while the host is still making its application
+        // object, before the toolkit can take fonts.
+        VRNRunLoop::main()->post([weak = std::weak_ptr<VRNUIPlatform>(platform)] {
+            if (auto alive = weak.lock()) {
+                alive->registerFonts();
+            }
+        });
     }
 }
 

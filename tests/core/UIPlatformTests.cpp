@@ -98,9 +98,11 @@ TEST(UIPlatformTests, AKitStartedBeforeItsToolkitGetsItsWindowsAndFontsWhenTheTo
     auto loop = std::make_shared<VRNVirtualRunLoop>();
     toolkit->loop = loop;
     VRNUIPlatform::install(toolkit);
-    EXPECT_EQ(toolkit->fontRegistrations, 1);
-    EXPECT_EQ(toolkit->windows->buttons, 0);  // the application object is still being made
+    // The application object is still being made: windows and fonts come once its loop runs.
+    EXPECT_EQ(toolkit->fontRegistrations, 0);
+    EXPECT_EQ(toolkit->windows->buttons, 0);
     loop->drain();
+    EXPECT_EQ(toolkit->fontRegistrations, 1);
     EXPECT_EQ(toolkit->windows->buttons, 1);
     EXPECT_EQ(toolkit->windows->pans, 1);
     EXPECT_TRUE(log.contains("VornaInvocationManager - A window toolkit is installed: setting up "

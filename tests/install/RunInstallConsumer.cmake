@@ -36,6 +36,14 @@ if(EXISTS ${WORK_DIR}/build/vorna_qt_consumer)
     if(NOT rc EQUAL 0 OR NOT out MATCHES "qt consumer ok")
         message(FATAL_ERROR "the Qt consumer did not run: ${rc} ${out}")
     endif()
+    # Started before its QApplication and again after it: one button, one log line each.
+    execute_process(COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
+                            XDG_DATA_HOME=${WORK_DIR}/data ${WORK_DIR}/build/vorna_qt_consumer
+                            --misuse
+                    RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+    if(NOT rc EQUAL 0 OR NOT out MATCHES "qt consumer ok")
+        message(FATAL_ERROR "the Qt consumer started early and twice failed: ${rc} ${out}")
+    endif()
 elseif(EXPECT_QT)
     message(FATAL_ERROR "the kit was built with its Qt layer, but the consumer found no Vorna::vorna_qt")
 endif()

@@ -130,7 +130,7 @@ void VRNFlowDisplayWindow::makeKeyAndVisible() {
     }
     isHidden_ = false;
     show();
-    raise();
+    raiseWindow();
     activateWindow();
 }
 
@@ -140,7 +140,7 @@ void VRNFlowDisplayWindow::setHidden(bool hidden) {
         hide();
     } else {
         show();
-        raise();
+        raiseWindow();
     }
 }
 

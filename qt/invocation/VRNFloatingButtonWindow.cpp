@@ -1,6 +1,5 @@
 #include "qt/invocation/VRNFloatingButtonWindow.h"
 
-#include <QGuiApplication>
 #include <QMetaObject>
 #include <QMouseEvent>
 #include <QRegion>
@@ -61,19 +60,15 @@ void VRNFloatingButtonWindow::hostCameBack() {
 void VRNFloatingButtonWindow::stayAbove() {
     // A tool window is transient for the host's whole window group, which window managers keep
     // it above; without a window manager the last window raised is on top.
-    // Without a window system (offscreen, minimal) there is no stacking to keep, and each raise
-    // would only be answered with a warning.
-    const QString platform = QGuiApplication::platformName();
-    if (!isVisible() || platform == QLatin1String("offscreen") ||
-        platform == QLatin1String("minimal")) {
+    if (!isVisible()) {
         return;
     }
-    raise();
+    raiseWindow();
     // The kit's windows above the button's level (the report flow, the banner) stay above it.
     for (QWidget* window : VRNWindowStack::windows()) {
-        if (window != this && isKitWindow(window) &&
-            VRNWindowStack::windowLevel(window) > windowLevel()) {
-            window->raise();
+        auto* kitWindow = qobject_cast<VRNKitWindow*>(window);
+        if (kitWindow && kitWindow != this && kitWindow->windowLevel() > windowLevel()) {
+            kitWindow->raiseWindow();
         }
     }
 }

@@ -25,6 +25,13 @@ bool VRNKitWindow::event(QEvent* event) {
     return QWidget::event(event);
 }
 
+void VRNKitWindow::raiseWindow() {
+    const QString platform = QGuiApplication::platformName();
+    if (platform != QLatin1String("offscreen") && platform != QLatin1String("minimal")) {
+        raise();
+    }
+}
+
 bool VRNKitWindow::isKitWindow(const QWidget* window) {
     return qobject_cast<const VRNKitWindow*>(window) != nullptr;
 }

@@ -21,6 +21,10 @@ public:
     double windowLevel() const { return level_; }
     void setWindowLevel(double level) { level_ = level; }
 
+    // Puts the window in front of the others; nothing where no window system stacks windows
+    // (offscreen, minimal), whose platforms would only answer with a warning.
+    void raiseWindow();
+
     static bool isKitWindow(const QWidget* window);
     static bool isKitWindow(const QWindow* window);
 

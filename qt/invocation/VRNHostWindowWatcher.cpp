@@ -15,21 +15,13 @@ VRNHostWindowWatcher::VRNHostWindowWatcher(Callback callback, QObject* parent)
     }
 }
 
-bool VRNHostWindowWatcher::isHostWindow(const QWidget* widget) {
-    if (!widget || !widget->isWindow() || VRNKitWindow::isKitWindow(widget)) {
-        return false;
-    }
-    const Qt::WindowType type = widget->windowType();
-    return type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Drawer;
-}
-
 bool VRNHostWindowWatcher::eventFilter(QObject* watched, QEvent* event) {
     const QEvent::Type type = event->type();
     if ((type != QEvent::Show && type != QEvent::WindowActivate) || !watched->isWidgetType()) {
         return false;
     }
     auto* widget = static_cast<QWidget*>(watched);
-    if (callback_ && isHostWindow(widget)) {
+    if (callback_ && VRNKitWindow::isHostWindow(widget)) {
         callback_(widget, type == QEvent::Show ? Change::Shown : Change::Activated);
     }
     return false;

@@ -22,9 +22,6 @@ public:
     explicit VRNHostWindowWatcher(Callback callback, QObject* parent = nullptr);
     void setCallback(Callback callback) { callback_ = std::move(callback); }
 
-    // A top-level widget of the host's: a window or dialog the kit did not make.
-    static bool isHostWindow(const QWidget* widget);
-
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 

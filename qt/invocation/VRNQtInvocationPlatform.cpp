@@ -12,6 +12,7 @@
 #include "qt/invocation/VRNFloatingButtonWindow.h"
 #include "qt/invocation/VRNHostWindowWatcher.h"
 #include "qt/invocation/VornaEdgePanRecognizer.h"
+#include "qt/platform/VRNKitWindow.h"
 #include "qt/platform/VRNWindowStack.h"
 
 namespace vorna {
@@ -62,7 +63,7 @@ VRNQtInvocationPlatform::~VRNQtInvocationPlatform() {
 void VRNQtInvocationPlatform::setupRightEdgePan(std::shared_ptr<VRNEdgeSwipeHandler> handler) {
     const std::weak_ptr<VRNEdgeSwipeHandler> weak = handler;
     for (QWidget* window : QApplication::topLevelWidgets()) {
-        if (window->isVisible() && VRNHostWindowWatcher::isHostWindow(window)) {
+        if (window->isVisible() && VRNKitWindow::isHostWindow(window)) {
             attachEdgePan(window, weak);
         }
     }

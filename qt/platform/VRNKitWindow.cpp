@@ -6,6 +6,13 @@
 #include "qt/platform/VRNWindowStack.h"
 
 namespace vorna {
+namespace {
+
+bool isHostType(Qt::WindowType type) {
+    return type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Drawer;
+}
+
+}  // namespace
 
 VRNKitWindow::VRNKitWindow(double level, Qt::WindowFlags flags)
     : QWidget(nullptr, Qt::Window | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
@@ -46,6 +53,15 @@ bool VRNKitWindow::isKitWindow(const QWindow* window) {
         }
     }
     return false;
+}
+
+bool VRNKitWindow::isHostWindow(const QWidget* window) {
+    return window && window->isWindow() && !isKitWindow(window) &&
+           isHostType(window->windowType());
+}
+
+bool VRNKitWindow::isHostWindow(const QWindow* window) {
+    return window && !isKitWindow(window) && isHostType(window->type());
 }
 
 }  // namespace vorna

@@ -27,6 +27,10 @@ public:
 
     static bool isKitWindow(const QWidget* window);
     static bool isKitWindow(const QWindow* window);
+    // The host's own top-level windows: ordinary windows and dialogs that the kit did not make
+    // (not pop-ups, tool tips or tool windows).
+    static bool isHostWindow(const QWidget* window);
+    static bool isHostWindow(const QWindow* window);
 
 protected:
     // A window made with Qt::WindowDoesNotAcceptFocus never keeps the activation: platforms

@@ -8,20 +8,6 @@
 #include "qt/platform/VRNKitWindow.h"
 
 namespace vorna {
-namespace {
-
-// The host's own windows: ordinary windows and dialogs that the kit did not make (the kit's
-// windows stay on screen whatever the host does).
-bool isHostWindow(const QWindow* window) {
-    if (VRNKitWindow::isKitWindow(window)) {
-        return false;
-    }
-    const Qt::WindowType type = window->type();
-    return type == Qt::Window || type == Qt::Dialog || type == Qt::Sheet || type == Qt::Drawer;
-}
-
-}  // namespace
-
 VRNQtLifecycle::VRNQtLifecycle(VRNNotificationCenter& center, QObject* parent)
     : QObject(parent), center_(center), state_(stateFor(QGuiApplication::applicationState())) {
     if (auto* app = qobject_cast<QGuiApplication*>(QCoreApplication::instance())) {
@@ -89,7 +75,7 @@ void VRNQtLifecycle::scheduleUpdate() {
 bool VRNQtLifecycle::windowsAway() {
     bool anyHostWindow = false;
     for (QWindow* window : QGuiApplication::topLevelWindows()) {
-        if (!isHostWindow(window) || !window->isVisible()) {
+        if (!VRNKitWindow::isHostWindow(window) || !window->isVisible()) {
             continue;
         }
         anyHostWindow = true;

@@ -29,21 +29,8 @@ done
 
 width=1280
 height=800
-work="$(mktemp -d)"
-pids=()
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
-fail() {
-    echo "desktop-under-openbox: $*" >&2
-    if [ -f "$work/host.log" ]; then echo "--- the host's log:" >&2; tail -30 "$work/host.log" >&2; fi
-    exit 1
-}
-pause() { sleep "$(python3 -c "print($1 * $pace)")"; }
-kitWindows() { xdotool search --onlyvisible --name '^Vorna$' 2>/dev/null | wc -l; }
+script=desktop-under-openbox
+. "$(dirname "$0")/xvfb-session.sh"
 waitFor() {  # waitFor <what> <command...>: until the command succeeds, five seconds at most
     local what="$1"
     shift
@@ -69,12 +56,7 @@ picture() {
     fi
 }
 
-exec 3> "$work/display"
-Xvfb -displayfd 3 -screen 0 "${width}x${height}x24" -nolisten tcp > "$work/xvfb.log" 2>&1 &
-pids+=($!)
-for _ in $(seq 1 100); do [ -s "$work/display" ] && break; sleep 0.1; done
-[ -s "$work/display" ] || fail "Xvfb did not start: $(cat "$work/xvfb.log")"
-export DISPLAY=":$(head -1 "$work/display")"
+startXvfb
 HOME="$work" openbox --sm-disable > "$work/openbox.log" 2>&1 &
 pids+=($!)
 pause 1

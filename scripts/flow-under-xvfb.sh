@@ -38,26 +38,11 @@ width=1280
 height=800
 description="The save button does nothing"
 email="tester@example.com"
-work="$(mktemp -d)"
+script=flow-under-xvfb
+. "$(dirname "$0")/xvfb-session.sh"
 [ -n "$data" ] || data="$work/backend"
-pids=()
 backend=""
-cleanup() {
-    for pid in "${pids[@]}"; do kill "$pid" 2>/dev/null || true; done
-    wait 2>/dev/null || true
-    rm -rf "$work"
-}
-trap cleanup EXIT
-fail() {
-    echo "flow-under-xvfb: $*" >&2
-    if [ -f "$work/host.log" ]; then echo "--- the host's log:" >&2; tail -40 "$work/host.log" >&2; fi
-    exit 1
-}
-
-pause() { sleep "$(python3 -c "print($1 * $pace)")"; }
 click() { xdotool mousemove "$1" "$2" click 1; pause "${3:-0.3}"; }
-# The kit's windows are all called "Vorna": the floating button's, the flow's, the banner's.
-kitWindows() { xdotool search --onlyvisible --name '^Vorna$' 2>/dev/null | wc -l; }
 waitForKitWindows() {
     for _ in $(seq 1 $((100 * pace))); do [ "$(kitWindows)" -ge "$1" ] && return 0; sleep 0.1; done
     fail "expected $1 windows of the kit on screen, found $(kitWindows)"
@@ -77,13 +62,7 @@ for _ in $(seq 1 100); do
     sleep 0.1
 done
 
-# A screen of its own, on a display number the server picks.
-exec 3> "$work/display"
-Xvfb -displayfd 3 -screen 0 "${width}x${height}x24" -nolisten tcp > "$work/xvfb.log" 2>&1 &
-pids+=($!)
-for _ in $(seq 1 100); do [ -s "$work/display" ] && break; sleep 0.1; done
-[ -s "$work/display" ] || fail "Xvfb did not start: $(cat "$work/xvfb.log")"
-export DISPLAY=":$(head -1 "$work/display")"
+startXvfb
 
 # The host, with state of its own (no remembered button place, e-mail or colour).
 export XDG_DATA_HOME="$work/data" XDG_CONFIG_HOME="$work/config" QT_QPA_PLATFORM=xcb

@@ -12,8 +12,8 @@
 #include "blackbox/VRNQueue.h"
 #include "blackbox/VRNSamplers.h"
 #include "platform/VRNDeviceProbes.h"
-#include "platform/VRNKeyValueStore.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/storage/VRNKeyValueStore.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
 

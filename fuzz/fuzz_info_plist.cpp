@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "platform/VRNBundle.h"
+#include "platform/storage/VRNBundle.h"
 #include "vorna/VRNLog.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/VRNKeyedArchive.h"
+#include "platform/storage/VRNKeyedArchive.h"
 #include "report/VRNReportArchiving.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

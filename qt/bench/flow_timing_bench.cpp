@@ -22,7 +22,7 @@
 #include "flow/VRNReportComposeViewModel.h"
 #include "flow/VRNScreenshotVM.h"
 #include "platform/VRNDeviceProvider.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 #include "qt/bench/MailWindow.h"
 #include "qt/flow/VRNFlowDisplayWindow.h"
 #include "qt/flow/VRNNavigationStack.h"

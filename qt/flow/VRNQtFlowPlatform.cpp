@@ -5,7 +5,7 @@
 #include <QWidget>
 
 #include "flow/VRNMessageBannerManager.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 #include "qt/flow/VRNFlowDisplayWindow.h"
 #include "qt/flow/VRNInspectBugVC.h"
 #include "qt/flow/VRNMessageBannerWindow.h"

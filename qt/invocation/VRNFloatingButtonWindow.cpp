@@ -5,7 +5,7 @@
 #include <QRegion>
 #include <QWindow>
 
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 #include "qt/invocation/VRNFloatingButtonVC.h"
 #include "qt/invocation/VRNFloatingButtonView.h"
 #include "qt/platform/VRNWindowStack.h"

@@ -7,8 +7,8 @@
 #include <QWindow>
 
 #include "invocation/VornaInvocationManager.h"
-#include "platform/VRNNotificationCenter.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNNotificationCenter.h"
+#include "platform/loop/VRNRunLoop.h"
 #include "qt/invocation/VRNMotionEvent.h"
 #include "qt/platform/VRNWindowStack.h"
 

@@ -4,7 +4,7 @@
 #include <QFileInfo>
 #include <QStandardPaths>
 
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 
 namespace vorna {
 namespace {

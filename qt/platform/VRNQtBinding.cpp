@@ -7,7 +7,7 @@
 #include <mutex>
 
 #include "core/VRNUIPlatform.h"
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 #include "qt/flow/VRNQtFlowPlatform.h"
 #include "qt/invocation/VRNMotionListener.h"
 #include "qt/invocation/VRNQtInvocationPlatform.h"

@@ -4,7 +4,7 @@
 #include <QTimer>
 #include <QWindow>
 
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 #include "qt/platform/VRNKitWindow.h"
 
 namespace vorna {

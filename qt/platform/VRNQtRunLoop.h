@@ -3,7 +3,7 @@
 #include <memory>
 #include <thread>
 
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 
 namespace vorna {
 

@@ -10,7 +10,7 @@
 
 #include "flow/VRNMessageBannerManager.h"
 #include "flow/VRNReportingDisabledPopupVM.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 #include "qt/flow/VRNAttributedLabel.h"
 #include "qt/flow/VRNMessageBannerVC.h"
 #include "qt/flow/VRNMessageBannerWindow.h"

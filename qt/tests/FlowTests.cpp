@@ -7,7 +7,7 @@
 
 #include "flow/VRNCoordinator.h"
 #include "flow/VRNMessageBannerManager.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 #include "qt/flow/EmailEntryView.h"
 #include "qt/flow/VRNCustomControlTextView.h"
 #include "qt/flow/VRNFlowDisplayWindow.h"

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "invocation/VornaInvocationManager.h"
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 #include "qt/platform/VRNQtBinding.h"
 #include "qt/platform/VRNQtDeviceProvider.h"
 #include "qt/platform/VRNQtLifecycle.h"

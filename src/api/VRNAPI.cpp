@@ -5,7 +5,7 @@
 #include "api/VRNAPIAuthResponse.h"
 #include "api/VRNMultiPartForm.h"
 #include "api/VRNURLError.h"
-#include "platform/VRNDispatchQueue.h"
+#include "platform/loop/VRNDispatchQueue.h"
 #include "report/VRNAPIReport.h"
 #include "report/VRNAPIReportFile.h"
 #include "state/VRNConstants.h"

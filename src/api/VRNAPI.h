@@ -11,7 +11,7 @@
 #include "api/VRNAPIProtocol.h"
 #include "api/VRNAPIRequests.h"
 #include "api/VRNURLSession.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 
 namespace vorna {
 

@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 
 namespace vorna {
 

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 
 namespace vorna {
 

@@ -10,7 +10,7 @@
 #include "blackbox/VRNBlackBoxObject.h"
 #include "blackbox/VRNQueue.h"
 #include "blackbox/VRNSamplers.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 #include "state/VRNAppRepository.h"
 
 namespace vorna {

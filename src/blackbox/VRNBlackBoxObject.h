@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/VRNKeyedArchive.h"
+#include "platform/storage/VRNKeyedArchive.h"
 
 namespace vorna {
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/VRNKeyedArchive.h"
+#include "platform/storage/VRNKeyedArchive.h"
 #include "state/VRNAppRepository.h"
 
 namespace vorna {

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "connectivity/VRNConnection.h"
-#include "platform/VRNBundle.h"
+#include "platform/storage/VRNBundle.h"
 #include "state/VRNConstants.h"
 #include "state/VRNDateProvider.h"
 

@@ -6,7 +6,7 @@
 
 #include "blackbox/Record.h"
 #include "blackbox/VRNQueue.h"
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 #include "state/VRNAppRepository.h"
 
 namespace vorna {

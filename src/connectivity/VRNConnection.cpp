@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 #include "state/VRNConstants.h"
 #include "vorna/VRNLog.h"
 

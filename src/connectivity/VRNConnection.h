@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "connectivity/VRNReachability.h"
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 
 namespace vorna {
 

@@ -14,7 +14,7 @@
 #include <thread>
 
 #include "connectivity/VRNReachability.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 #include "vorna/VRNLog.h"
 
 namespace vorna {

@@ -5,7 +5,7 @@
 #include "invocation/VornaInvocationManager.h"
 #include "platform/VRNDeviceProvider.h"
 #include "platform/VRNLocalizedString.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 
 namespace vorna {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "flow/VRNCoordinator.h"
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 
 namespace vorna {
 

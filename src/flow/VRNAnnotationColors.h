@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 #include "theme/VRNColor.h"
 
 namespace vorna {

@@ -1,6 +1,6 @@
 #include "flow/VRNMessageBannerManager.h"
 
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 
 namespace vorna {
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "platform/VRNImage.h"
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 
 namespace vorna {
 

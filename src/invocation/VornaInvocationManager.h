@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "flow/VRNGeometry.h"
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 #include "vorna/VornaInvocationEvent.h"
 
 namespace vorna {

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 
 namespace vorna {
 

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 
 namespace vorna {
 

@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "platform/VRNKeyedArchive.h"
+#include "platform/storage/VRNKeyedArchive.h"
 #include "vorna/VornaReportData.h"
 
 namespace vorna {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "blackbox/VRNBlackBoxObject.h"
-#include "platform/VRNBundle.h"
+#include "platform/storage/VRNBundle.h"
 #include "platform/VRNDeviceProbes.h"
 #include "platform/VRNDeviceProvider.h"
 #include "vorna/VornaReportData.h"

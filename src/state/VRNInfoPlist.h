@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/VRNBundle.h"
+#include "platform/storage/VRNBundle.h"
 
 namespace vorna {
 

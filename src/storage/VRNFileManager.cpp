@@ -9,7 +9,7 @@
 #include <iterator>
 
 #include "api/VRNUUID.h"
-#include "platform/VRNBundle.h"
+#include "platform/storage/VRNBundle.h"
 #include "report/VRNReportArchiving.h"
 #include "state/VRNConstants.h"
 #include "vorna/VRNLog.h"

@@ -1,7 +1,7 @@
 #include "storage/VRNUploader.h"
 
 #include "api/VRNAPIProtocol.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
 #include "storage/VRNVornaUploadOperation.h"

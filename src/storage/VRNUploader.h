@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/VRNDispatchQueue.h"
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNDispatchQueue.h"
+#include "platform/loop/VRNNotificationCenter.h"
 #include "storage/VRNFileManagerProtocol.h"
 #include "storage/VRNUploaderProtocol.h"
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/VRNDispatchQueue.h"
+#include "platform/loop/VRNDispatchQueue.h"
 
 namespace vorna {
 

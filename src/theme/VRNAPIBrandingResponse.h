@@ -7,7 +7,7 @@
 #include <string_view>
 
 #include "platform/VRNError.h"
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 #include "theme/VRNColor.h"
 
 namespace vorna {

@@ -8,7 +8,7 @@
 
 #include "blackbox/VRNSamplers.h"
 #include "platform/VRNDeviceProbes.h"
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 #include "state/VRNAppRepository.h"
 #include "support/TempDir.h"
 

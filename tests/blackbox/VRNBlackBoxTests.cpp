@@ -2,7 +2,7 @@
 
 #include "blackbox/BlackBoxFakes.h"
 #include "blackbox/VRNBlackBox.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 #include "state/VRNConstants.h"
 #include "support/LogCapture.h"
 

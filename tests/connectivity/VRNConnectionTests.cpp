@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "connectivity/VRNConnection.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 #include "state/VRNConstants.h"
 #include "support/FakeReachability.h"
 #include "support/LogCapture.h"

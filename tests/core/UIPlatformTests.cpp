@@ -5,7 +5,7 @@
 #include "invocation/VornaInvocationManager.h"
 #include "platform/VRNDeviceProvider.h"
 #include "platform/VRNLocalizedString.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 #include "state/VRNConstants.h"
 #include "support/LogCapture.h"
 #include "vorna/VornaReportData.h"

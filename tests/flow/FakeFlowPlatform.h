@@ -10,7 +10,7 @@
 #include "flow/VRNReportComposeViewModel.h"
 #include "flow/VRNReportingDisabledPopupVM.h"
 #include "flow/VRNScreenshotVM.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 
 namespace vorna::test {
 

@@ -22,10 +22,10 @@
 #include <vector>
 
 #include "api/VRNAPI.h"
-#include "platform/VRNBundle.h"
-#include "platform/VRNDispatchQueue.h"
-#include "platform/VRNNotificationCenter.h"
-#include "platform/VRNThreadRunLoop.h"
+#include "platform/storage/VRNBundle.h"
+#include "platform/loop/VRNDispatchQueue.h"
+#include "platform/loop/VRNNotificationCenter.h"
+#include "platform/loop/VRNThreadRunLoop.h"
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
 #include "storage/VRNFileManager.h"

@@ -12,9 +12,9 @@
 #include <thread>
 
 #include "api/VRNAPI.h"
-#include "platform/VRNBundle.h"
-#include "platform/VRNKeyedArchive.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/storage/VRNBundle.h"
+#include "platform/storage/VRNKeyedArchive.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 #include "report/VRNReportGathering.h"
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"

@@ -4,7 +4,7 @@
 
 #include <fstream>
 
-#include "platform/VRNBundle.h"
+#include "platform/storage/VRNBundle.h"
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
 #include "state/VRNDateProvider.h"

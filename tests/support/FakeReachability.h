@@ -5,7 +5,7 @@
 #include <mutex>
 
 #include "connectivity/VRNReachability.h"
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 
 namespace vorna::test {
 

@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "connectivity/VRNConnection.h"
-#include "platform/VRNThreadRunLoop.h"
+#include "platform/loop/VRNThreadRunLoop.h"
 #include "vorna/VRNLog.h"
 
 namespace vorna {

@@ -1,4 +1,4 @@
-#include "platform/VRNKeyedArchive.h"
+#include "platform/storage/VRNKeyedArchive.h"
 
 #include <mutex>
 #include <nlohmann/json.hpp>

@@ -1,11 +1,11 @@
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 
 #include <sqlite3.h>
 
 #include <chrono>
 #include <system_error>
 
-#include "platform/VRNBundle.h"
+#include "platform/storage/VRNBundle.h"
 #include "vorna/VRNLog.h"
 
 namespace vorna {

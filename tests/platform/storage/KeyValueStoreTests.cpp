@@ -6,7 +6,7 @@
 #include <fstream>
 #include <thread>
 
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 

@@ -1,8 +1,8 @@
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 
 #include <mutex>
 
-#include "platform/VRNThreadRunLoop.h"
+#include "platform/loop/VRNThreadRunLoop.h"
 
 namespace vorna {
 namespace {

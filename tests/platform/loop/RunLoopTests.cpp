@@ -4,10 +4,10 @@
 #include <future>
 #include <thread>
 
-#include "platform/VRNDispatchQueue.h"
-#include "platform/VRNNotificationCenter.h"
-#include "platform/VRNThreadRunLoop.h"
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/loop/VRNDispatchQueue.h"
+#include "platform/loop/VRNNotificationCenter.h"
+#include "platform/loop/VRNThreadRunLoop.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 
 namespace vorna {
 namespace {

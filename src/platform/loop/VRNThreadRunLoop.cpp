@@ -1,4 +1,4 @@
-#include "platform/VRNThreadRunLoop.h"
+#include "platform/loop/VRNThreadRunLoop.h"
 
 #include <pthread.h>
 

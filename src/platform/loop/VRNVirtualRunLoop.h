@@ -5,8 +5,8 @@
 #include <functional>
 #include <thread>
 
-#include "platform/VRNRunLoop.h"
-#include "platform/VRNTimerQueue.h"
+#include "platform/loop/VRNRunLoop.h"
+#include "platform/loop/VRNTimerQueue.h"
 
 namespace vorna {
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "platform/VRNError.h"
-#include "platform/VRNKeyValueStore.h"
+#include "platform/storage/VRNKeyValueStore.h"
 
 namespace vorna {
 

@@ -1,4 +1,4 @@
-#include "platform/VRNNotificationCenter.h"
+#include "platform/loop/VRNNotificationCenter.h"
 
 #include <algorithm>
 

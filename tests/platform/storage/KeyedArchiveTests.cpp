@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/VRNKeyedArchive.h"
+#include "platform/storage/VRNKeyedArchive.h"
 
 namespace vorna {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/VRNBundle.h"
+#include "platform/storage/VRNBundle.h"
 
 #include <plist/plist.h>
 #include <unistd.h>

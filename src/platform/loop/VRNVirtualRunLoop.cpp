@@ -1,4 +1,4 @@
-#include "platform/VRNVirtualRunLoop.h"
+#include "platform/loop/VRNVirtualRunLoop.h"
 
 #include <future>
 

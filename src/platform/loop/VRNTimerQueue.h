@@ -10,7 +10,7 @@
 #include <mutex>
 #include <optional>
 
-#include "platform/VRNRunLoop.h"
+#include "platform/loop/VRNRunLoop.h"
 
 namespace vorna {
 

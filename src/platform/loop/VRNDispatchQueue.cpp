@@ -1,4 +1,4 @@
-#include "platform/VRNDispatchQueue.h"
+#include "platform/loop/VRNDispatchQueue.h"
 
 #include <pthread.h>
 

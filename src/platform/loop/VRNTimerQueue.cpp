@@ -1,4 +1,4 @@
-#include "platform/VRNTimerQueue.h"
+#include "platform/loop/VRNTimerQueue.h"
 
 namespace vorna {
 

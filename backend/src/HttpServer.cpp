@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "Text.h"
+#include "platform/VRNHandles.h"
 
 namespace vorna::backend {
 
@@ -211,6 +212,8 @@ std::string HttpServer::contentType(const httplib::Request& request) {
 }
 
 bool HttpServer::process_and_close_socket(socket_t sock) {
+    // Closed once this connection is done with, however its requests end.
+    const VRNFileDescriptor socket(sock);
     const int on = 1;
     ::setsockopt(sock, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
 
@@ -244,7 +247,6 @@ bool HttpServer::process_and_close_socket(socket_t sock) {
         }
     }
     ::shutdown(sock, SHUT_RDWR);
-    ::close(sock);
     return ok;
 }
 

@@ -1,7 +1,5 @@
 #include "Store.h"
 
-#include <sqlite3.h>
-
 #include <cstring>
 #include <utility>
 
@@ -53,38 +51,36 @@ CREATE INDEX IF NOT EXISTS reports_by_bundle ON reports(bundle_id, id);
 // One prepared statement, finalised when it goes out of scope.
 class Statement {
 public:
-    Statement(sqlite3* db, const char* sql) : db_(db) {
-        if (sqlite3_prepare_v2(db, sql, -1, &stmt_, nullptr) != SQLITE_OK) {
+    Statement(sqlite3* db, const char* sql) : db_(db), stmt_(VRNPrepare(db, sql)) {
+        if (!stmt_) {
             throw StoreError(std::string("cannot prepare a query: ") + sqlite3_errmsg(db));
         }
     }
-    ~Statement() { sqlite3_finalize(stmt_); }
-    Statement(const Statement&) = delete;
-    Statement& operator=(const Statement&) = delete;
 
     Statement& bind(int index, const std::string& text) {
-        check(sqlite3_bind_text(stmt_, index, text.data(), static_cast<int>(text.size()),
+        check(sqlite3_bind_text(stmt_.get(), index, text.data(), static_cast<int>(text.size()),
                                 SQLITE_TRANSIENT));
         return *this;
     }
     Statement& bind(int index, const std::optional<std::string>& text) {
         if (!text) {
-            check(sqlite3_bind_null(stmt_, index));
+            check(sqlite3_bind_null(stmt_.get(), index));
             return *this;
         }
         return bind(index, *text);
     }
     Statement& bind(int index, std::int64_t value) {
-        check(sqlite3_bind_int64(stmt_, index, value));
+        check(sqlite3_bind_int64(stmt_.get(), index, value));
         return *this;
     }
     Statement& bindBlob(int index, const std::string& bytes) {
-        check(sqlite3_bind_blob64(stmt_, index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
+        check(
+            sqlite3_bind_blob64(stmt_.get(), index, bytes.data(), bytes.size(), SQLITE_TRANSIENT));
         return *this;
     }
     // True while there is a row.
     bool step() {
-        const int rc = sqlite3_step(stmt_);
+        const int rc = sqlite3_step(stmt_.get());
         if (rc == SQLITE_ROW) {
             return true;
         }
@@ -94,14 +90,16 @@ public:
         throw StoreError(std::string("database error: ") + sqlite3_errmsg(db_));
     }
     std::string text(int column) const {
-        const auto* data = sqlite3_column_blob(stmt_, column);
-        const int size = sqlite3_column_bytes(stmt_, column);
+        const auto* data = sqlite3_column_blob(stmt_.get(), column);
+        const int size = sqlite3_column_bytes(stmt_.get(), column);
         return data == nullptr
                    ? std::string()
                    : std::string(static_cast<const char*>(data), static_cast<std::size_t>(size));
     }
-    bool isNull(int column) const { return sqlite3_column_type(stmt_, column) == SQLITE_NULL; }
-    std::int64_t integer(int column) const { return sqlite3_column_int64(stmt_, column); }
+    bool isNull(int column) const {
+        return sqlite3_column_type(stmt_.get(), column) == SQLITE_NULL;
+    }
+    std::int64_t integer(int column) const { return sqlite3_column_int64(stmt_.get(), column); }
 
 private:
     void check(int rc) const {
@@ -111,7 +109,7 @@ private:
     }
 
     sqlite3* db_;
-    sqlite3_stmt* stmt_ = nullptr;
+    VRNStatement stmt_;
 };
 
 Store::Application applicationFrom(const Statement& row) {
@@ -141,16 +139,17 @@ Store::Report reportFrom(const Statement& row) {
 }  // namespace
 
 std::unique_ptr<Store> Store::open(const std::filesystem::path& file) {
-    sqlite3* db = nullptr;
+    sqlite3* opened = nullptr;
     const int rc = sqlite3_open_v2(
-        file.c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
+        file.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
         nullptr);
+    // SQLite hands out a handle even when opening fails, for its error message.
+    VRNDatabase owned(opened);
     if (rc != SQLITE_OK) {
-        std::string reason = db != nullptr ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
-        sqlite3_close(db);
-        throw StoreError(reason);
+        throw StoreError(opened != nullptr ? sqlite3_errmsg(opened) : sqlite3_errstr(rc));
     }
-    std::unique_ptr<Store> store(new Store(db));
+    sqlite3* const db = owned.get();
+    std::unique_ptr<Store> store(new Store(std::move(owned)));
     sqlite3_busy_timeout(db, 5000);
     // Reading the header is the first thing that touches the file, so a file that is not a
     // database fails here rather than on the first request.
@@ -181,14 +180,10 @@ std::unique_ptr<Store> Store::open(const std::filesystem::path& file) {
     return store;
 }
 
-Store::~Store() {
-    sqlite3_close(db_);
-}
-
 void Store::exec(const char* sql) {
     char* message = nullptr;
-    if (sqlite3_exec(db_, sql, nullptr, nullptr, &message) != SQLITE_OK) {
-        std::string reason = message != nullptr ? message : sqlite3_errmsg(db_);
+    if (sqlite3_exec(db_.get(), sql, nullptr, nullptr, &message) != SQLITE_OK) {
+        std::string reason = message != nullptr ? message : sqlite3_errmsg(db_.get());
         sqlite3_free(message);
         throw StoreError(reason);
     }
@@ -197,7 +192,7 @@ void Store::exec(const char* sql) {
 void Store::addToken(const std::string& token, const std::string& clientId, std::int64_t createdAt,
                      std::int64_t expiresAt) {
     std::lock_guard lock(mutex_);
-    Statement insert(db_,
+    Statement insert(db_.get(),
                      "INSERT INTO tokens(token, client_id, created_at, expires_at) "
                      "VALUES(?1, ?2, ?3, ?4)");
     insert.bind(1, token).bind(2, clientId).bind(3, createdAt).bind(4, expiresAt).step();
@@ -205,7 +200,8 @@ void Store::addToken(const std::string& token, const std::string& clientId, std:
 
 std::optional<Store::Token> Store::findToken(const std::string& token) {
     std::lock_guard lock(mutex_);
-    Statement query(db_, "SELECT client_id, bundle_id, expires_at FROM tokens WHERE token = ?1");
+    Statement query(db_.get(),
+                    "SELECT client_id, bundle_id, expires_at FROM tokens WHERE token = ?1");
     query.bind(1, token);
     if (!query.step()) {
         return std::nullopt;
@@ -221,22 +217,22 @@ std::optional<Store::Token> Store::findToken(const std::string& token) {
 
 void Store::setTokenApplication(const std::string& token, const std::string& bundleId) {
     std::lock_guard lock(mutex_);
-    Statement update(db_, "UPDATE tokens SET bundle_id = ?2 WHERE token = ?1");
+    Statement update(db_.get(), "UPDATE tokens SET bundle_id = ?2 WHERE token = ?1");
     update.bind(1, token).bind(2, bundleId).step();
 }
 
 bool Store::registerApplication(const std::string& bundleId, const std::string& os,
                                 const std::string& platform) {
     std::lock_guard lock(mutex_);
-    Statement insert(db_,
+    Statement insert(db_.get(),
                      "INSERT INTO apps(bundle_id, os, platform, registered, created_at) "
                      "VALUES(?1, ?2, ?3, 1, ?4) ON CONFLICT(bundle_id) DO NOTHING");
     insert.bind(1, bundleId).bind(2, os).bind(3, platform).bind(4, Text::nowIso8601()).step();
-    if (sqlite3_changes(db_) > 0) {
+    if (sqlite3_changes(db_.get()) > 0) {
         return true;
     }
     // Known already, perhaps only because it was archived before it ever registered.
-    Statement update(db_,
+    Statement update(db_.get(),
                      "UPDATE apps SET os = ?2, platform = ?3, registered = 1 "
                      "WHERE bundle_id = ?1");
     update.bind(1, bundleId).bind(2, os).bind(3, platform).step();
@@ -245,7 +241,7 @@ bool Store::registerApplication(const std::string& bundleId, const std::string& 
 
 std::optional<Store::Application> Store::findApplication(const std::string& bundleId) {
     std::lock_guard lock(mutex_);
-    Statement query(db_,
+    Statement query(db_.get(),
                     "SELECT bundle_id, os, platform, archived, registered, created_at "
                     "FROM apps WHERE bundle_id = ?1");
     query.bind(1, bundleId);
@@ -257,7 +253,7 @@ std::optional<Store::Application> Store::findApplication(const std::string& bund
 
 void Store::setArchived(const std::string& bundleId, bool archived) {
     std::lock_guard lock(mutex_);
-    Statement upsert(db_,
+    Statement upsert(db_.get(),
                      "INSERT INTO apps(bundle_id, archived, created_at) VALUES(?1, ?2, ?3) "
                      "ON CONFLICT(bundle_id) DO UPDATE SET archived = excluded.archived");
     upsert.bind(1, bundleId)
@@ -268,7 +264,7 @@ void Store::setArchived(const std::string& bundleId, bool archived) {
 
 std::vector<Store::Application> Store::applications() {
     std::lock_guard lock(mutex_);
-    Statement query(db_,
+    Statement query(db_.get(),
                     "SELECT bundle_id, os, platform, archived, registered, created_at "
                     "FROM apps ORDER BY bundle_id");
     std::vector<Application> apps;
@@ -280,7 +276,7 @@ std::vector<Store::Application> Store::applications() {
 
 std::optional<std::string> Store::branding() {
     std::lock_guard lock(mutex_);
-    Statement query(db_, "SELECT body FROM branding WHERE id = 1");
+    Statement query(db_.get(), "SELECT body FROM branding WHERE id = 1");
     if (!query.step()) {
         return std::nullopt;
     }
@@ -289,7 +285,7 @@ std::optional<std::string> Store::branding() {
 
 void Store::setBranding(const std::string& json) {
     std::lock_guard lock(mutex_);
-    Statement upsert(db_,
+    Statement upsert(db_.get(),
                      "INSERT INTO branding(id, body, updated_at) VALUES(1, ?1, ?2) "
                      "ON CONFLICT(id) DO UPDATE SET body = excluded.body, "
                      "updated_at = excluded.updated_at");
@@ -298,13 +294,13 @@ void Store::setBranding(const std::string& json) {
 
 void Store::clearBranding() {
     std::lock_guard lock(mutex_);
-    Statement remove(db_, "DELETE FROM branding");
+    Statement remove(db_.get(), "DELETE FROM branding");
     remove.step();
 }
 
 void Store::addFile(const File& file) {
     std::lock_guard lock(mutex_);
-    Statement insert(db_,
+    Statement insert(db_.get(),
                      "INSERT INTO files(id, file_name, mime_type, size, client_id, uploaded_at) "
                      "VALUES(?1, ?2, ?3, ?4, ?5, ?6)");
     insert.bind(1, file.id)
@@ -318,7 +314,7 @@ void Store::addFile(const File& file) {
 
 std::optional<Store::File> Store::findFile(const std::string& id) {
     std::lock_guard lock(mutex_);
-    Statement query(db_,
+    Statement query(db_.get(),
                     "SELECT id, file_name, mime_type, size, client_id, uploaded_at "
                     "FROM files WHERE id = ?1");
     query.bind(1, id);
@@ -337,7 +333,7 @@ std::optional<Store::File> Store::findFile(const std::string& id) {
 
 std::int64_t Store::addReport(const Report& report) {
     std::lock_guard lock(mutex_);
-    Statement insert(db_,
+    Statement insert(db_.get(),
                      "INSERT INTO reports(bundle_id, received_at, report_type, description, "
                      "tester_email, client_id, body) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
     insert.bind(1, report.bundleId)
@@ -348,12 +344,12 @@ std::int64_t Store::addReport(const Report& report) {
         .bind(6, report.clientId)
         .bindBlob(7, report.body)
         .step();
-    return sqlite3_last_insert_rowid(db_);
+    return sqlite3_last_insert_rowid(db_.get());
 }
 
 std::vector<Store::Report> Store::reports(std::size_t limit, const std::string& bundleId) {
     std::lock_guard lock(mutex_);
-    Statement query(db_,
+    Statement query(db_.get(),
                     "SELECT id, bundle_id, received_at, report_type, description, tester_email, "
                     "client_id, body FROM reports WHERE ?1 = '' OR bundle_id = ?1 "
                     "ORDER BY id DESC LIMIT ?2");
@@ -367,7 +363,7 @@ std::vector<Store::Report> Store::reports(std::size_t limit, const std::string& 
 
 std::optional<Store::Report> Store::report(std::int64_t id) {
     std::lock_guard lock(mutex_);
-    Statement query(db_,
+    Statement query(db_.get(),
                     "SELECT id, bundle_id, received_at, report_type, description, tester_email, "
                     "client_id, body FROM reports WHERE id = ?1");
     query.bind(1, id);

@@ -7,9 +7,10 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
-struct sqlite3;
+#include "platform/VRNHandles.h"
 
 namespace vorna::backend {
 
@@ -58,7 +59,6 @@ public:
     // Opens or creates the database; throws StoreError with a readable reason when the file
     // is not a usable database of this program.
     static std::unique_ptr<Store> open(const std::filesystem::path& file);
-    ~Store();
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
 
@@ -89,11 +89,11 @@ public:
     std::optional<Report> report(std::int64_t id);
 
 private:
-    explicit Store(sqlite3* db) : db_(db) {}
+    explicit Store(VRNDatabase db) : db_(std::move(db)) {}
     void exec(const char* sql);
 
     std::mutex mutex_;
-    sqlite3* db_;
+    VRNDatabase db_;
 };
 
 }  // namespace vorna::backend

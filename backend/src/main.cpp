@@ -19,9 +19,11 @@
 #include "HttpServer.h"
 #include "Options.h"
 #include "Store.h"
+#include "platform/VRNHandles.h"
 
 namespace {
 
+using vorna::VRNFileDescriptor;
 using vorna::backend::Backend;
 using vorna::backend::BackendSettings;
 using vorna::backend::ClientCredentials;
@@ -65,9 +67,9 @@ int main(int argc, char** argv) {
         return fail("cannot create the data directory " + dataDir.string() + ": " + ec.message());
     }
     // Two backends on one data directory would hand out each other's files.
-    const int lock =
-        ::open((dataDir / "vorna-backend.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644);
-    if (lock < 0 || ::flock(lock, LOCK_EX | LOCK_NB) != 0) {
+    const VRNFileDescriptor lock(
+        ::open((dataDir / "vorna-backend.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
+    if (!lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
         return fail("another vorna-backend is using " + dataDir.string());
     }
 

@@ -1,0 +1,227 @@
+#include "KitApi.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "Answers.h"
+#include "Text.h"
+
+namespace vorna::backend {
+
+namespace {
+
+using httplib::Request;
+using httplib::Response;
+using nlohmann::json;
+
+// Form fields of a token request, split on '&' and '=' only: clients put the id and secret
+// in as they stand.
+std::vector<std::pair<std::string, std::string>> formFields(std::string_view body) {
+    std::vector<std::pair<std::string, std::string>> fields;
+    while (!body.empty()) {
+        const std::size_t amp = body.find('&');
+        const std::string_view pair = body.substr(0, amp);
+        const std::size_t equals = pair.find('=');
+        fields.emplace_back(std::string(pair.substr(0, equals)),
+                            equals == std::string_view::npos
+                                ? std::string()
+                                : std::string(pair.substr(equals + 1)));
+        if (amp == std::string_view::npos) {
+            break;
+        }
+        body.remove_prefix(amp + 1);
+    }
+    return fields;
+}
+
+// A value as sent or percent-decoded: a client that encodes and one that does not both match.
+bool formValueIs(const std::string& sent, const std::string& expected) {
+    return sent == expected || Text::percentDecode(sent, true) == expected ||
+           Text::percentDecode(sent, false) == expected;
+}
+
+}  // namespace
+
+KitApi::KitApi(std::vector<ClientCredentials> clients, bool expireTokens, Store& store,
+               RequestGate& gate)
+    : clients_(std::move(clients)), expireTokens_(expireTokens), store_(store), gate_(gate) {}
+
+void KitApi::install(HttpServer& server) {
+    const auto route = [this](void (KitApi::*handler)(const Request&, Response&)) {
+        return [this, handler](const Request& req, Response& res) {
+            gate_.api(req, res, [&] { (this->*handler)(req, res); });
+        };
+    };
+    server.Post(R"(/auth/oauth2/token)", route(&KitApi::issueToken));
+    server.Post(R"(/api/1\.0/issue_tracking/apps/?)", route(&KitApi::application));
+    server.Post(R"(/api/1\.0/issue_tracking/apps/(.+))", route(&KitApi::receiveReport));
+    server.Get(R"(/api/1\.0/white-labeling)", route(&KitApi::whiteLabeling));
+}
+
+std::optional<Caller> KitApi::authorize(const Request& req, Response& res) {
+    const auto refuse = [&res](const std::string& description) {
+        res.set_header("WWW-Authenticate", "Bearer error=\"invalid_token\"");
+        sendJson(res, 401, json{{"error", "invalid_token"}, {"error_description", description}});
+        return std::nullopt;
+    };
+    const std::string header = req.get_header_value("Authorization");
+    const std::string_view value = Text::trim(header);
+    if (!Text::istartsWith(value, "Bearer ")) {
+        return refuse("the request carries no \"Authorization: Bearer\" token");
+    }
+    const std::string token(Text::trim(value.substr(7)));
+    const auto found = store_.findToken(token);
+    if (!found) {
+        return refuse("unknown access token");
+    }
+    if (expireTokens_ && found->expiresAt <= Text::nowUnixSeconds()) {
+        return refuse("the access token has expired");
+    }
+    return Caller{token, *found};
+}
+
+std::string KitApi::publicBase(const Request& req) const {
+    std::string host = req.get_header_value("Host");
+    if (host.empty()) {
+        host = fallbackHost_;
+    }
+    return "http://" + host;
+}
+
+void KitApi::issueToken(const Request& req, Response& res) {
+    std::optional<std::string> grantType;
+    std::optional<std::string> clientId;
+    std::optional<std::string> clientSecret;
+    for (const auto& [name, value] : formFields(req.body)) {
+        const std::string key = Text::percentDecode(name, true);
+        if (key == "grant_type" && !grantType) {
+            grantType = value;
+        } else if (key == "client_id" && !clientId) {
+            clientId = value;
+        } else if (key == "client_secret" && !clientSecret) {
+            clientSecret = value;
+        }
+    }
+    res.set_header("Cache-Control", "no-store");
+    if (!grantType || !formValueIs(*grantType, "client_credentials")) {
+        sendJson(res, 400,
+                 json{{"error", "unsupported_grant_type"},
+                      {"error_description", "only grant_type=client_credentials is offered"}});
+        return;
+    }
+    if (!clientId || !clientSecret) {
+        sendJson(res, 400,
+                 json{{"error", "invalid_request"},
+                      {"error_description", "client_id and client_secret are required"}});
+        return;
+    }
+    const auto client =
+        std::find_if(clients_.begin(), clients_.end(), [&](const ClientCredentials& c) {
+            return formValueIs(*clientId, c.id) && formValueIs(*clientSecret, c.secret);
+        });
+    if (client == clients_.end()) {
+        res.set_header("WWW-Authenticate", "Basic realm=\"vorna\"");
+        sendJson(res, 401,
+                 json{{"error", "invalid_client"},
+                      {"error_description", "unknown client or wrong secret"}});
+        return;
+    }
+    const std::string token = Text::randomHex(32);
+    const std::int64_t now = Text::nowUnixSeconds();
+    store_.addToken(token, client->id, now, now + kTokenLifetimeSeconds);
+    sendJson(res, 200,
+             json{{"access_token", token},
+                  {"expires_in", kTokenLifetimeSeconds},
+                  {"token_type", "Bearer"}});
+}
+
+void KitApi::application(const Request& req, Response& res) {
+    const auto caller = authorize(req, res);
+    if (!caller) {
+        return;
+    }
+    const auto body = parseJsonBody(req, res, true);
+    if (!body) {
+        return;
+    }
+    const std::string bundleId = stringMember(*body, "bundle_id");
+    if (bundleId.empty()) {
+        sendError(res, 400, "\"bundle_id\" is required");
+        return;
+    }
+    store_.setTokenApplication(caller->token, bundleId);
+    const auto checkArchived = body->find("check_archived");
+    if (checkArchived != body->end() && checkArchived->is_boolean() && checkArchived->get<bool>()) {
+        // The enabled check: 404 is how the kit learns that its application is archived.
+        const auto app = store_.findApplication(bundleId);
+        const bool archived = app && app->archived;
+        sendJson(res, archived ? 404 : 200,
+                 json{{"bundle_id", bundleId},
+                      {"archived", archived},
+                      {"registered", app && app->registered}});
+        return;
+    }
+    const bool created = store_.registerApplication(bundleId, stringMember(*body, "os"),
+                                                    stringMember(*body, "platform"));
+    const auto app = store_.findApplication(bundleId);
+    sendJson(res, 200,
+             json{{"bundle_id", bundleId},
+                  {"os", app ? app->os : std::string()},
+                  {"platform", app ? app->platform : std::string()},
+                  {"created", created},
+                  {"archived", app && app->archived}});
+}
+
+void KitApi::whiteLabeling(const Request& req, Response& res) {
+    if (!authorize(req, res)) {
+        return;
+    }
+    const auto branding = store_.branding();
+    if (!branding) {
+        sendError(res, 404, "no branding is set");
+        return;
+    }
+    res.status = 200;
+    res.set_content(*branding, "application/json");
+}
+
+void KitApi::receiveReport(const Request& req, Response& res) {
+    const auto caller = authorize(req, res);
+    if (!caller) {
+        return;
+    }
+    const std::string bundleId = req.matches[1];
+    // The application decides before the content is looked at: an archived application gets
+    // 403 whatever it sends.
+    const auto app = store_.findApplication(bundleId);
+    if (app && app->archived) {
+        sendJson(res, 403, json{{"error", "application archived"}, {"bundle_id", bundleId}});
+        return;
+    }
+    const auto document = parseJsonBody(req, res, true);
+    if (!document) {
+        return;
+    }
+    if (!app) {
+        store_.registerApplication(bundleId, stringMember(*document, "os"),
+                                   stringMember(*document, "platform"));
+    }
+    store_.setTokenApplication(caller->token, bundleId);
+    Store::Report report;
+    report.bundleId = bundleId;
+    report.receivedAt = Text::nowIso8601();
+    report.reportType = stringMember(*document, "report_type");
+    report.description = stringMember(*document, "description");
+    report.testerEmail = stringMember(*document, "tester_email");
+    report.clientId = caller->info.clientId;
+    report.body = req.body;
+    const std::int64_t id = store_.addReport(report);
+    sendJson(res, 200,
+             json{{"id", id},
+                  {"bundle_id", bundleId},
+                  {"received_at", report.receivedAt},
+                  {"url", publicBase(req) + "/api/reports/" + std::to_string(id)}});
+}
+
+}  // namespace vorna::backend

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <httplib.h>
+
+#include "HttpServer.h"
+#include "Options.h"
+#include "RequestGate.h"
+#include "Store.h"
+
+namespace vorna::backend {
+
+// The client behind a request of the kit: its access token and what the store knows of it.
+struct Caller {
+    std::string token;
+    Store::Token info;
+};
+
+// The API the kit calls for access tokens, its application, the branding and its reports.
+// The upload of attachments, which streams its body, is UploadReceiver's.
+class KitApi {
+public:
+    static constexpr std::int64_t kTokenLifetimeSeconds = 3600;
+
+    KitApi(std::vector<ClientCredentials> clients, bool expireTokens, Store& store,
+           RequestGate& gate);
+
+    void install(HttpServer& server);
+    // host:port for the addresses this backend hands out when a request carries no Host header.
+    void setFallbackHost(std::string hostAndPort) { fallbackHost_ = std::move(hostAndPort); }
+
+    // The caller whose bearer token the request carries; nothing, with a 401 answer set, when
+    // the token is missing, unknown or expired.
+    std::optional<Caller> authorize(const httplib::Request& req, httplib::Response& res);
+    // "http://host:port", as the client reached this backend.
+    std::string publicBase(const httplib::Request& req) const;
+
+private:
+    void issueToken(const httplib::Request& req, httplib::Response& res);
+    void application(const httplib::Request& req, httplib::Response& res);
+    void whiteLabeling(const httplib::Request& req, httplib::Response& res);
+    void receiveReport(const httplib::Request& req, httplib::Response& res);
+
+    const std::vector<ClientCredentials> clients_;
+    const bool expireTokens_;
+    Store& store_;
+    RequestGate& gate_;
+    std::string fallbackHost_;
+};
+
+}  // namespace vorna::backend

@@ -136,5 +136,85 @@ TEST_F(BackendTest, HundredMegabyteUploadStreamsToDisk) {
 #endif
 }
 
+TEST_F(BackendTest, OnlyTheFirstPartNamedFileIsKept) {
+    const std::string boundary = "Boundary-7";
+    const std::string body =
+        "--Boundary-7\r\nContent-Disposition: form-data; name=\"note\"\r\n\r\nnot a file\r\n"
+        "--Boundary-7\r\nContent-Disposition: form-data; name=\"file\"; filename=\"first.txt\"\r\n"
+        "Content-Type: text/plain\r\n\r\nfirst\r\n"
+        "--Boundary-7\r\nContent-Disposition: form-data; name=\"file\"; filename=\"second.txt\"\r\n"
+        "Content-Type: text/plain\r\n\r\nsecond\r\n"
+        "--Boundary-7--\r\n";
+    const HttpAnswer uploaded =
+        backend().request("POST", "/api/1.0/files", body,
+                          {{"Content-Type", "multipart/form-data; boundary=" + boundary},
+                           {"Authorization", "Bearer " + token_}});
+    ASSERT_EQ(uploaded.status, 200) << uploaded.body;
+    EXPECT_EQ(uploaded.json().at("file_name"), "first.txt");
+    EXPECT_EQ(backend().request("GET", pathOf(uploaded.json().at("url"))).body, "first");
+}
+
+// A fault or a refusal is answered only once the whole body was read, so the client sees the
+// answer rather than a connection reset in the middle of its upload.
+TEST_F(BackendTest, UploadFaultsAndRefusalsComeAfterTheBody) {
+    backend().clearRequests();
+    const std::string bytes(64 * 1024, 'x');
+    backend().injectFault("api/1.0/files", 1, BackendFault::dropped());
+    EXPECT_EQ(uploadFile("a.txt", "text/plain", bytes).status, 0);
+
+    backend().injectFault("api/1.0/files", 1, BackendFault::withDelay(300));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(uploadFile("a.txt", "text/plain", bytes).status, 200) << "a delay only delays";
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
+
+    const HttpAnswer unknown = uploadFile("a.txt", "text/plain", bytes, "not-a-token");
+    EXPECT_EQ(unknown.status, 401);
+    EXPECT_EQ(unknown.header("WWW-Authenticate"), "Bearer error=\"invalid_token\"");
+
+    const json requests = backend().requests();
+    ASSERT_EQ(requests.size(), 3u) << requests.dump(2);
+    const std::size_t multipartSize =
+        kitMultipart("Boundary-6F1C2A7E-3B0D-4E59-9A41-C5D2E8F70B13", "a.txt", "text/plain", bytes)
+            .size();
+    for (const auto& entry : requests) {
+        EXPECT_EQ(entry.at("body_size"), multipartSize) << entry.dump();
+    }
+    EXPECT_EQ(requests[0].at("dropped"), true);
+    EXPECT_TRUE(requests[1].at("note").get<std::string>().starts_with("fault: "));
+    EXPECT_EQ(requests[2].at("status"), 401);
+}
+
+TEST_F(BackendTest, JournalOmitsTheBodyOfALargeUpload) {
+    backend().clearRequests();
+    ASSERT_EQ(
+        uploadFile("big.bin", "application/octet-stream", std::string(600 * 1024, 'y')).status,
+        200);
+    const json requests = backend().requests();
+    ASSERT_EQ(requests.size(), 1u);
+    EXPECT_EQ(requests[0].at("body_omitted"), true);
+    EXPECT_FALSE(requests[0].contains("body"));
+    EXPECT_GT(requests[0].at("body_size"), 600u * 1024);
+}
+
+TEST_F(BackendTest, UploadOverTheBodyLimitAnswers413AndClosesTheConnection) {
+    BackendProcess::Options options;
+    options.executable = VORNA_BACKEND_EXECUTABLE;
+    options.clients = {{kClientId, kClientSecret}};
+    options.extraArguments = {"--max-body-mb", "1"};
+    BackendProcess backend(options);
+    const std::string token = backend.accessToken(kClientId, kClientSecret);
+    const std::string boundary = "Boundary-8";
+    const HttpAnswer answer =
+        backend.request("POST", "/api/1.0/files",
+                        kitMultipart(boundary, "big.bin", "application/octet-stream",
+                                     std::string(2 * 1024 * 1024, 'z')),
+                        {{"Content-Type", "multipart/form-data; boundary=" + boundary},
+                         {"Authorization", "Bearer " + token}});
+    EXPECT_EQ(answer.status, 413) << answer.body;
+    EXPECT_EQ(answer.header("Connection"), "close");
+    EXPECT_TRUE(std::filesystem::is_empty(backend.dataDir() / "files"));
+    expectCleanStop(backend);
+}
+
 }  // namespace
 }  // namespace vorna::backend::test

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -58,10 +59,17 @@ public:
         calls.push_back("upload");
         onCompletion(std::nullopt, nullptr);
     }
-    void sendReport(std::shared_ptr<VRNAPIReport>, ReportCompletion onCompletion) override {
-        std::lock_guard lock(mutex);
-        calls.push_back("report");
-        onCompletion(nullptr);
+    void sendReport(std::shared_ptr<VRNAPIReport> report, ReportCompletion onCompletion) override {
+        VRNErrorPtr error;
+        {
+            std::lock_guard lock(mutex);
+            calls.push_back("report");
+            sentReports.push_back(report);
+            if (answerReport) {
+                error = answerReport(*report);
+            }
+        }
+        onCompletion(std::move(error));
     }
 
     size_t authCount() {
@@ -82,8 +90,17 @@ public:
                    VRNError::make("NSURLErrorDomain", -1004, "Could not connect to the server."));
     }
 
+    size_t reportCount() {
+        std::lock_guard lock(mutex);
+        return sentReports.size();
+    }
+
+    // How each report is answered; none: every report is accepted.
+    std::function<VRNErrorPtr(const VRNAPIReport&)> answerReport;
+
     std::mutex mutex;
     std::vector<std::string> calls;
+    std::vector<std::shared_ptr<VRNAPIReport>> sentReports;
     std::vector<std::pair<std::optional<std::string>, std::optional<std::string>>> authCredentials;
     std::vector<AuthCompletion> authCompletions;
     size_t answeredAuth = 0;

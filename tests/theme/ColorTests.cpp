@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <string>
 
+#include "theme/Colors.h"
 #include "theme/VRNBrandingService.h"
 #include "theme/VRNColorConverter.h"
 
@@ -26,6 +28,46 @@ TEST(ColorTests, HexReadsUpToTheFirstNonDigitAndKeepsTheLowThreeBytes) {
     EXPECT_EQ(VRNColorConverter::colorFromHex("#80FF0000"), VRNColor::withRGB(0xFF, 0, 0));
     EXPECT_EQ(VRNColorConverter::colorFromHex("#FFFFFFFFFFFF"),
               VRNColor::withRGB(0xFF, 0xFF, 0xFF));
+}
+
+TEST(ColorTests, ThePaletteHasItsFourteenColoursWithTheirAlpha) {
+    struct Entry {
+        const char* name;
+        VRNColor (*color)();
+        unsigned rgb;
+        double alpha;
+    };
+    // The kit's "black" is the dark grey #313030, and the repeated values are separate names.
+    const Entry palette[] = {
+        {"shadow", Colors::shadow, 0x5A7498, 0.3},
+        {"buttonShadow", Colors::buttonShadow, 0xA5B4C7, 0.8},
+        {"black", Colors::black, 0x313030, 1.0},
+        {"slate", Colors::slate, 0x5E6D7F, 1.0},
+        {"defaultLightBlue", Colors::defaultLightBlue, 0x008DFF, 1.0},
+        {"whiteColor", Colors::whiteColor, 0xFFFFFF, 1.0},
+        {"blackColor", Colors::blackColor, 0x313030, 1.0},
+        {"regularGrayColor", Colors::regularGrayColor, 0x7A8A9A, 1.0},
+        {"paleGrayColor", Colors::paleGrayColor, 0xE7ECF2, 1.0},
+        {"defaultDarkBlueColor", Colors::defaultDarkBlueColor, 0x1144F1, 1.0},
+        {"defaultLightBlueColor", Colors::defaultLightBlueColor, 0x008DFF, 1.0},
+        {"coolGreyColor", Colors::coolGreyColor, 0xA3ACB4, 1.0},
+        {"slateColor", Colors::slateColor, 0x5E6D7F, 1.0},
+        {"gunmetalColor", Colors::gunmetalColor, 0x4F5A65, 1.0},
+    };
+    // Each channel is an 8-bit value over 255, read back here as the byte it stands for.
+    const auto byte = [](double channel) {
+        const double scaled = channel * 255.0;
+        EXPECT_NEAR(scaled, std::round(scaled), 1e-9) << "not a whole 8-bit value";
+        return static_cast<unsigned>(std::lround(scaled));
+    };
+    for (const auto& entry : palette) {
+        SCOPED_TRACE(entry.name);
+        const VRNColor color = entry.color();
+        EXPECT_EQ(byte(color.red), (entry.rgb >> 16) & 0xFF);
+        EXPECT_EQ(byte(color.green), (entry.rgb >> 8) & 0xFF);
+        EXPECT_EQ(byte(color.blue), entry.rgb & 0xFF);
+        EXPECT_DOUBLE_EQ(color.alpha, entry.alpha);
+    }
 }
 
 TEST(BrandingServiceTests, NothingBeforeTheFirstStartThenAFreshDefaultEachTime) {

@@ -1,7 +1,23 @@
 # Installs the kit from the build tree into a private prefix, then builds and runs a tiny host
-# that finds it with find_package(Vorna), the way a host's own build would, and the Qt host that
-# the README shows.
+# that finds it with find_package(Vorna), the way a host's own build would, the same hosts built
+# with pkg-config alone, and the Qt host that the README shows.
 cmake_minimum_required(VERSION 3.25)
+
+# The Qt host runs offscreen, with the kit's stored settings kept in the work folder; once as a
+# host should start the kit, once started before its QApplication and again after it (still one
+# button, one log line each).
+function(run_qt_host executable how)
+    foreach(arguments IN ITEMS "" "--misuse")
+        execute_process(COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
+                                XDG_DATA_HOME=${WORK_DIR}/data ${executable} ${arguments}
+                        RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+        if(NOT rc EQUAL 0 OR NOT out MATCHES "qt consumer ok")
+            message(FATAL_ERROR "the Qt consumer ${how} did not run (${arguments}): ${rc}\n"
+                                "${out}\n${err}")
+        endif()
+    endforeach()
+endfunction()
+
 file(REMOVE_RECURSE ${WORK_DIR})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BINARY_DIR} --prefix ${WORK_DIR}/prefix
                 RESULT_VARIABLE rc OUTPUT_QUIET)
@@ -29,23 +45,58 @@ if(NOT rc EQUAL 0 OR NOT out MATCHES "consumer ok")
     message(FATAL_ERROR "the consumer did not run: ${rc} ${out}")
 endif()
 if(EXISTS ${WORK_DIR}/build/vorna_qt_consumer)
-    # The Qt host runs offscreen, with the kit's stored settings kept in the work folder.
-    execute_process(COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
-                            XDG_DATA_HOME=${WORK_DIR}/data ${WORK_DIR}/build/vorna_qt_consumer
-                    RESULT_VARIABLE rc OUTPUT_VARIABLE out)
-    if(NOT rc EQUAL 0 OR NOT out MATCHES "qt consumer ok")
-        message(FATAL_ERROR "the Qt consumer did not run: ${rc} ${out}")
-    endif()
-    # Started before its QApplication and again after it: one button, one log line each.
-    execute_process(COMMAND ${CMAKE_COMMAND} -E env QT_QPA_PLATFORM=offscreen
-                            XDG_DATA_HOME=${WORK_DIR}/data ${WORK_DIR}/build/vorna_qt_consumer
-                            --misuse
-                    RESULT_VARIABLE rc OUTPUT_VARIABLE out)
-    if(NOT rc EQUAL 0 OR NOT out MATCHES "qt consumer ok")
-        message(FATAL_ERROR "the Qt consumer started early and twice failed: ${rc} ${out}")
-    endif()
+    run_qt_host(${WORK_DIR}/build/vorna_qt_consumer "built with CMake")
 elseif(EXPECT_QT)
     message(FATAL_ERROR "the kit was built with its Qt layer, but the consumer found no Vorna::vorna_qt")
+endif()
+
+# The same hosts, built by one compiler command line each with the flags that pkg-config gives
+# for the installed kit, as a build without CMake finds it. The .pc files locate the prefix from
+# where they lie, so the kit installed here, away from its configured prefix, must be found here.
+set(pc_dir ${WORK_DIR}/prefix/${LIBDIR}/pkgconfig)
+if(DEFINED ENV{PKG_CONFIG_PATH} AND NOT "$ENV{PKG_CONFIG_PATH}" STREQUAL "")
+    set(ENV{PKG_CONFIG_PATH} "${pc_dir}:$ENV{PKG_CONFIG_PATH}")
+else()
+    set(ENV{PKG_CONFIG_PATH} "${pc_dir}")
+endif()
+set(ENV{PKG_CONFIG} "${PKG_CONFIG}")
+set(ENV{CXX} "${CXX}")
+execute_process(COMMAND ${PKG_CONFIG} --variable=includedir vorna
+                OUTPUT_VARIABLE includedir OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE rc)
+file(REAL_PATH "${includedir}" includedir)
+file(REAL_PATH "${WORK_DIR}/prefix/${INCLUDEDIR}" expected)
+if(NOT rc EQUAL 0 OR NOT includedir STREQUAL expected)
+    message(FATAL_ERROR "vorna.pc does not point into the prefix it was installed to: "
+                        "${includedir} (${rc}), not ${expected}")
+endif()
+set(pc_flags "")
+if(SANITIZE)
+    set(pc_flags -fsanitize=${SANITIZE})
+endif()
+set(pc_build ${WORK_DIR}/pkgconfig-build)
+file(MAKE_DIRECTORY ${pc_build})
+set(build_host ${SOURCE_DIR}/tests/install/pkgconfig/build-host.sh)
+execute_process(COMMAND ${build_host} vorna ${SOURCE_DIR}/tests/install/consumer/main.cpp
+                        ${pc_build}/vorna_consumer ${pc_flags}
+                RESULT_VARIABLE rc)
+if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "building the consumer with pkg-config failed: ${rc}")
+endif()
+execute_process(COMMAND ${pc_build}/vorna_consumer RESULT_VARIABLE rc OUTPUT_VARIABLE out)
+if(NOT rc EQUAL 0 OR NOT out MATCHES "consumer ok")
+    message(FATAL_ERROR "the consumer built with pkg-config did not run: ${rc} ${out}")
+endif()
+if(EXISTS ${pc_dir}/vorna-qt.pc)
+    execute_process(COMMAND ${build_host} vorna-qt ${SOURCE_DIR}/tests/install/consumer/qt_main.cpp
+                            ${pc_build}/vorna_qt_consumer ${pc_flags}
+                    RESULT_VARIABLE rc)
+    if(NOT rc EQUAL 0)
+        message(FATAL_ERROR "building the Qt consumer with pkg-config failed: ${rc}")
+    endif()
+    run_qt_host(${pc_build}/vorna_qt_consumer "built with pkg-config")
+elseif(EXPECT_QT_PKG_CONFIG)
+    message(FATAL_ERROR "the kit was built with its Qt layer and Qt's pkg-config modules, "
+                        "but installed no vorna-qt.pc")
 endif()
 
 if(NOT EXPECT_QT)

@@ -12,6 +12,7 @@
 #include "blackbox/VRNQueue.h"
 #include "blackbox/VRNSamplers.h"
 #include "platform/VRNDeviceProbes.h"
+#include "platform/linux/VRNProcThreadCPUProbe.h"
 #include "platform/storage/VRNKeyValueStore.h"
 #include "platform/loop/VRNVirtualRunLoop.h"
 #include "state/VRNAppRepository.h"

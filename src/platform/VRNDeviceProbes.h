@@ -1,23 +1,19 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace vorna {
 
 // The device's own condition as the kernel reports it: per-thread CPU use, memory, the data
 // volume, the battery, the Wi-Fi network and the cellular service. Each source is a small
-// interface with a Linux implementation; tests and other platforms put their own in its place.
-// No probe throws or logs: a source that cannot be read answers nothing.
+// interface; the Linux implementations live in platform/linux/, one per file, and tests and
+// other platforms put their own in their place. No probe throws or logs: a source that cannot
+// be read answers nothing.
 
 // --- CPU --------------------------------------------------------------------------------------
 
@@ -37,47 +33,6 @@ public:
     // since the probe was made), or nothing when the thread list cannot be read. Each call ends
     // an interval, so one probe serves one reader.
     virtual std::optional<std::vector<VRNThreadCPUUsage>> sampleThreads() = 0;
-};
-
-// Reads the kernel's per-thread accounting, <taskDirectory>/<tid>/stat (utime + stime), and
-// divides each thread's ticks since the previous call by the wall time between the calls. The
-// directory and the stat files (of the first few hundred threads) stay open between calls and
-// are re-read in place, so a sample costs one directory listing and one pread per thread.
-class VRNProcThreadCPUProbe : public VRNThreadCPUProbe {
-public:
-    using Clock = std::function<double()>;  // seconds, monotonic
-
-    explicit VRNProcThreadCPUProbe(std::filesystem::path taskDirectory = "/proc/self/task",
-                                   Clock clock = {}, long ticksPerSecond = 0);
-    ~VRNProcThreadCPUProbe() override;
-    VRNProcThreadCPUProbe(const VRNProcThreadCPUProbe&) = delete;
-    VRNProcThreadCPUProbe& operator=(const VRNProcThreadCPUProbe&) = delete;
-
-    std::optional<std::vector<VRNThreadCPUUsage>> sampleThreads() override;
-
-private:
-    struct Thread {
-        int fd = -1;
-        uint64_t ticks = 0;
-        uint64_t generation = 0;
-    };
-
-    static constexpr size_t kMaxKeptDescriptors = 256;
-
-    bool refresh(std::vector<VRNThreadCPUUsage>* usage, double interval);
-    bool readTicks(Thread& thread, const char* name, bool reopen);
-    void forget(Thread& thread);
-    void closeAll();
-
-    const std::filesystem::path taskDirectory_;
-    const Clock clock_;
-    const double ticksPerSecond_;
-    std::mutex mutex_;
-    void* directory_ = nullptr;  // DIR*, kept open between samples
-    std::unordered_map<pid_t, Thread> threads_;
-    size_t keptDescriptors_ = 0;
-    uint64_t generation_ = 0;
-    double lastSample_ = 0;
 };
 
 // --- memory -----------------------------------------------------------------------------------
@@ -100,25 +55,6 @@ public:
     virtual std::optional<VRNHostMemoryStatistics> hostStatistics() = 0;
 };
 
-// <procRoot>/self/statm (resident pages × page size) and <procRoot>/meminfo.
-class VRNProcMemoryProbe : public VRNMemoryProbe {
-public:
-    explicit VRNProcMemoryProbe(std::filesystem::path procRoot = "/proc", long pageSize = 0);
-    ~VRNProcMemoryProbe() override;
-    VRNProcMemoryProbe(const VRNProcMemoryProbe&) = delete;
-    VRNProcMemoryProbe& operator=(const VRNProcMemoryProbe&) = delete;
-
-    std::optional<uint64_t> residentSize() override;
-    std::optional<uint64_t> physicalMemory() override;
-    std::optional<VRNHostMemoryStatistics> hostStatistics() override;
-
-private:
-    const std::filesystem::path procRoot_;
-    const uint64_t pageSize_;
-    std::mutex mutex_;
-    int statmFd_ = -1;  // kept open: read twice a second
-};
-
 // --- file system ------------------------------------------------------------------------------
 
 struct VRNFileSystemAttributes {
@@ -133,13 +69,6 @@ public:
     // nearest existing ancestor, where it will be created.
     virtual std::optional<VRNFileSystemAttributes> attributesOfFileSystemForPath(
         const std::filesystem::path& path) = 0;
-};
-
-// statvfs(3).
-class VRNStatvfsFileSystemProbe : public VRNFileSystemProbe {
-public:
-    std::optional<VRNFileSystemAttributes> attributesOfFileSystemForPath(
-        const std::filesystem::path& path) override;
 };
 
 // --- battery ----------------------------------------------------------------------------------
@@ -164,18 +93,6 @@ public:
     virtual VRNBatteryReading batteryReading() = 0;
 };
 
-// The first battery of the system under <powerSupplyDirectory> (type "Battery", not a
-// peripheral's), its "status" and "capacity" (or energy/charge now ÷ full).
-class VRNSysfsBatteryProbe : public VRNBatteryProbe {
-public:
-    explicit VRNSysfsBatteryProbe(
-        std::filesystem::path powerSupplyDirectory = "/sys/class/power_supply");
-    VRNBatteryReading batteryReading() override;
-
-private:
-    const std::filesystem::path directory_;
-};
-
 // --- networks ---------------------------------------------------------------------------------
 
 class VRNWiFiProbe {
@@ -184,19 +101,6 @@ public:
     // The network name of the first wireless interface, or nothing when there is no wireless
     // interface or it is not associated.
     virtual std::optional<std::string> currentSSID() = 0;
-};
-
-// nl80211 over a raw generic-netlink socket: the interface dump lists the wireless interfaces
-// in the kernel's order, each with the SSID it is associated with.
-class VRNNl80211WiFiProbe : public VRNWiFiProbe {
-public:
-    std::optional<std::string> currentSSID() override;
-
-    // Reads the SSID of the first interface from the replies of an nl80211 interface dump
-    // (whole netlink messages, back to back). Exposed for tests.
-    enum class DumpResult { Continue, Done, Failed };
-    static DumpResult parseInterfaceDump(const uint8_t* bytes, size_t length, uint16_t family,
-                                         bool* sawInterface, std::optional<std::string>* ssid);
 };
 
 // Radio access technologies, as the telephony service names them.

@@ -14,6 +14,8 @@
 #include "api/VRNAPI.h"
 #include "platform/storage/VRNBundle.h"
 #include "platform/storage/VRNKeyedArchive.h"
+#include "platform/linux/VRNStatvfsFileSystemProbe.h"
+#include "platform/linux/VRNSysfsBatteryProbe.h"
 #include "platform/loop/VRNVirtualRunLoop.h"
 #include "report/VRNReportGathering.h"
 #include "state/VRNAppRepository.h"

@@ -14,6 +14,7 @@
 #include <thread>
 
 #include "connectivity/VRNReachability.h"
+#include "platform/VRNHandles.h"
 #include "platform/loop/VRNRunLoop.h"
 #include "vorna/VRNLog.h"
 
@@ -31,23 +32,6 @@ bool isMobileBroadband(const std::string& interface) {
     }
     return false;
 }
-
-// A file descriptor closed when its owner goes.
-class ScopedFd {
-public:
-    explicit ScopedFd(int fd = -1) : fd_(fd) {}
-    ~ScopedFd() {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
-    ScopedFd(const ScopedFd&) = delete;
-    ScopedFd& operator=(const ScopedFd&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
 
 class LinuxReachability : public VRNReachability {
 public:
@@ -82,8 +66,9 @@ public:
             state_->loop = std::move(loop);
             return true;
         }
-        int sock = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
-        if (sock < 0) {
+        VRNFileDescriptor sock(
+            ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE));
+        if (!sock) {
             VRNLog("VRNConnection - Cannot watch network changes: netlink socket failed (%s)",
                    std::strerror(errno));
             return false;
@@ -92,23 +77,26 @@ public:
         address.nl_family = AF_NETLINK;
         address.nl_groups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE |
                             RTMGRP_IPV4_IFADDR | RTMGRP_IPV6_IFADDR;
-        if (::bind(sock, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        if (::bind(sock.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
             VRNLog("VRNConnection - Cannot watch network changes: netlink bind failed (%s)",
                    std::strerror(errno));
-            ::close(sock);
             return false;
         }
-        const int stop = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-        if (stop < 0) {
-            ::close(sock);
+        VRNFileDescriptor stop(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+        if (!stop) {
             return false;
         }
         {
             std::lock_guard stateLock(state_->mutex);
             state_->loop = std::move(loop);
         }
-        stopFd_ = stop;
-        watcher_ = std::thread([state = state_, sock, stop] { watch(state, sock, stop); });
+        // The watcher owns the socket; the stop descriptor stays here, to be written and closed
+        // once the watcher has been joined.
+        const int stopFd = stop.get();
+        stopFd_ = std::move(stop);
+        watcher_ = std::thread([state = state_, sock = std::move(sock), stopFd]() mutable {
+            watch(std::move(state), std::move(sock), stopFd);
+        });
         return true;
     }
 
@@ -118,10 +106,9 @@ public:
             return;
         }
         const uint64_t one = 1;
-        [[maybe_unused]] auto written = ::write(stopFd_, &one, sizeof one);
+        [[maybe_unused]] auto written = ::write(stopFd_.get(), &one, sizeof one);
         watcher_.join();
-        ::close(stopFd_);
-        stopFd_ = -1;
+        stopFd_.reset();
         std::lock_guard stateLock(state_->mutex);
         state_->loop.reset();
     }
@@ -172,8 +159,7 @@ private:
         return std::nullopt;
     }
 
-    static void watch(std::shared_ptr<State> state, int sockFd, int stopFd) {
-        ScopedFd sock(sockFd);
+    static void watch(std::shared_ptr<State> state, VRNFileDescriptor sock, int stopFd) {
         pollfd fds[2] = {{sock.get(), POLLIN, 0}, {stopFd, POLLIN, 0}};
         char buffer[16384];
         for (;;) {
@@ -244,7 +230,7 @@ private:
     std::shared_ptr<State> state_ = std::make_shared<State>();
     std::mutex threadMutex_;
     std::thread watcher_;
-    int stopFd_ = -1;
+    VRNFileDescriptor stopFd_;
 };
 
 }  // namespace

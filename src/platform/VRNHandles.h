@@ -99,4 +99,15 @@ inline VRNStatement VRNPrepare(sqlite3* database, const char* sql) {
     return VRNStatement(statement);
 }
 
+// The same with sqlite3_prepare_v3's flags, e.g. SQLITE_PREPARE_PERSISTENT for a statement that
+// lives as long as its database.
+inline VRNStatement VRNPrepare(sqlite3* database, const char* sql, unsigned int prepareFlags) {
+    sqlite3_stmt* statement = nullptr;
+    if (sqlite3_prepare_v3(database, sql, -1, prepareFlags, &statement, nullptr) != SQLITE_OK) {
+        sqlite3_finalize(statement);
+        return nullptr;
+    }
+    return VRNStatement(statement);
+}
+
 }  // namespace vorna

@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "api/VRNUUID.h"
+#include "platform/VRNHandles.h"
 #include "platform/storage/VRNBundle.h"
 #include "report/VRNReportArchiving.h"
 #include "state/VRNConstants.h"
@@ -28,10 +29,9 @@ bool isDeletable(const std::filesystem::path& path) {
 // Makes a folder's list of entries durable: a file renamed into it, or a folder made in it,
 // survives a power cut only once the folder itself is synced.
 void syncDirectory(const std::filesystem::path& folder) {
-    const int dir = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (dir >= 0) {
-        ::fsync(dir);
-        ::close(dir);
+    const VRNFileDescriptor dir(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (dir) {
+        ::fsync(dir.get());
     }
 }
 
@@ -43,24 +43,26 @@ bool writeAtomically(const std::filesystem::path& path, const VRNData& bytes) {
     hidden += path.filename().string();
     hidden += ".partial";
     const auto temporary = path.parent_path() / hidden;
-    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0) {
+    VRNFileDescriptor file(
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (!file) {
         return false;
     }
     size_t written = 0;
     while (written < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.data() + written, bytes.size() - written);
+        const ssize_t n = ::write(file.get(), bytes.data() + written, bytes.size() - written);
         if (n < 0 && errno == EINTR) {
             continue;
         }
         if (n <= 0) {
-            ::close(fd);
+            file.reset();
             ::unlink(temporary.c_str());
             return false;
         }
         written += static_cast<size_t>(n);
     }
-    if (::fsync(fd) != 0 || ::close(fd) != 0) {
+    // The close is checked too: it can be the first news of a write that did not reach the disk.
+    if (::fsync(file.get()) != 0 || !file.close()) {
         ::unlink(temporary.c_str());
         return false;
     }

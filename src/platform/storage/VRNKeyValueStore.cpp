@@ -39,9 +39,7 @@ VRNKeyValueStore::VRNKeyValueStore(std::filesystem::path databasePath)
     closeDatabase();
 }
 
-VRNKeyValueStore::~VRNKeyValueStore() {
-    closeDatabase();
-}
+VRNKeyValueStore::~VRNKeyValueStore() = default;
 
 std::shared_ptr<VRNKeyValueStore> VRNKeyValueStore::standard() {
     std::lock_guard lock(standardMutex());
@@ -62,13 +60,16 @@ bool VRNKeyValueStore::open() {
     for (int attempt = 0; attempt < 2; ++attempt) {
         std::error_code ec;
         std::filesystem::create_directories(path_.parent_path(), ec);
-        int rc = sqlite3_open_v2(path_.c_str(), &db_,
+        sqlite3* opened = nullptr;
+        int rc = sqlite3_open_v2(path_.c_str(), &opened,
                                  SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX,
                                  nullptr);
+        // Even a failed open leaves a handle that must be closed.
+        db_.reset(opened);
         std::string failure;
         if (rc == SQLITE_OK) {
-            sqlite3_busy_timeout(db_, 5000);
-            rc = sqlite3_exec(db_,
+            sqlite3_busy_timeout(db_.get(), 5000);
+            rc = sqlite3_exec(db_.get(),
                               "PRAGMA journal_mode=WAL;"
                               "PRAGMA synchronous=NORMAL;"
                               "CREATE TABLE IF NOT EXISTS defaults("
@@ -77,21 +78,23 @@ bool VRNKeyValueStore::open() {
                               nullptr, nullptr, nullptr);
         }
         if (rc == SQLITE_OK) {
-            rc = sqlite3_prepare_v3(db_,
-                                    "INSERT INTO defaults(key, kind, value) VALUES(?1, ?2, ?3)"
-                                    " ON CONFLICT(key) DO UPDATE SET kind=excluded.kind,"
-                                    " value=excluded.value",
-                                    -1, SQLITE_PREPARE_PERSISTENT, &upsert_, nullptr);
+            upsert_ = VRNPrepare(db_.get(),
+                                 "INSERT INTO defaults(key, kind, value) VALUES(?1, ?2, ?3)"
+                                 " ON CONFLICT(key) DO UPDATE SET kind=excluded.kind,"
+                                 " value=excluded.value",
+                                 SQLITE_PREPARE_PERSISTENT);
+            rc = upsert_ ? SQLITE_OK : SQLITE_ERROR;
         }
         if (rc == SQLITE_OK) {
-            rc = sqlite3_prepare_v3(db_, "DELETE FROM defaults WHERE key = ?1", -1,
-                                    SQLITE_PREPARE_PERSISTENT, &delete_, nullptr);
+            delete_ = VRNPrepare(db_.get(), "DELETE FROM defaults WHERE key = ?1",
+                                 SQLITE_PREPARE_PERSISTENT);
+            rc = delete_ ? SQLITE_OK : SQLITE_ERROR;
         }
         if (rc == SQLITE_OK && loadAll()) {
             return true;
         }
-        rc = db_ ? sqlite3_extended_errcode(db_) : rc;
-        failure = db_ ? sqlite3_errmsg(db_) : sqlite3_errstr(rc);
+        rc = db_ ? sqlite3_extended_errcode(db_.get()) : rc;
+        failure = db_ ? sqlite3_errmsg(db_.get()) : sqlite3_errstr(rc);
         closeDatabase();
         values_.clear();
         if (attempt == 0 && isCorruption(rc)) {
@@ -122,11 +125,11 @@ bool VRNKeyValueStore::open() {
 }
 
 bool VRNKeyValueStore::loadAll() {
-    sqlite3_stmt* select = nullptr;
-    if (sqlite3_prepare_v2(db_, "SELECT key, kind, value FROM defaults", -1, &select, nullptr) !=
-        SQLITE_OK) {
+    const VRNStatement statement = VRNPrepare(db_.get(), "SELECT key, kind, value FROM defaults");
+    if (!statement) {
         return false;
     }
+    sqlite3_stmt* select = statement.get();
     int rc;
     while ((rc = sqlite3_step(select)) == SQLITE_ROW) {
         const auto* keyText = sqlite3_column_text(select, 0);
@@ -166,19 +169,13 @@ bool VRNKeyValueStore::loadAll() {
                 break;
         }
     }
-    sqlite3_finalize(select);
     return rc == SQLITE_DONE;
 }
 
 void VRNKeyValueStore::closeDatabase() {
-    sqlite3_finalize(upsert_);
-    sqlite3_finalize(delete_);
-    upsert_ = nullptr;
-    delete_ = nullptr;
-    if (db_ != nullptr) {
-        sqlite3_close_v2(db_);
-        db_ = nullptr;
-    }
+    upsert_.reset();
+    delete_.reset();
+    db_.reset();
 }
 
 std::optional<VRNDefaultsValue> VRNKeyValueStore::value(const std::string& key) const {
@@ -194,7 +191,7 @@ void VRNKeyValueStore::setValue(const std::string& key, VRNDefaultsValue value) 
     std::lock_guard lock(mutex_);
     if (db_ != nullptr && !write(key, value)) {
         VRNLog("VRNKeyValueStore - Failed to write value for key %s: %s", key.c_str(),
-               sqlite3_errmsg(db_));
+               sqlite3_errmsg(db_.get()));
     }
     values_.insert_or_assign(key, std::move(value));
 }
@@ -203,7 +200,7 @@ void VRNKeyValueStore::removeValue(const std::string& key) {
     std::lock_guard lock(mutex_);
     if (db_ != nullptr && !erase(key)) {
         VRNLog("VRNKeyValueStore - Failed to remove value for key %s: %s", key.c_str(),
-               sqlite3_errmsg(db_));
+               sqlite3_errmsg(db_.get()));
     }
     values_.erase(key);
 }
@@ -214,45 +211,47 @@ bool VRNKeyValueStore::isPersistent() const {
 }
 
 bool VRNKeyValueStore::write(const std::string& key, const VRNDefaultsValue& value) {
-    sqlite3_reset(upsert_);
-    sqlite3_bind_text(upsert_, 1, key.data(), static_cast<int>(key.size()), SQLITE_STATIC);
+    sqlite3_stmt* upsert = upsert_.get();
+    sqlite3_reset(upsert);
+    sqlite3_bind_text(upsert, 1, key.data(), static_cast<int>(key.size()), SQLITE_STATIC);
     std::visit(
         [&](const auto& v) {
             using T = std::decay_t<decltype(v)>;
             if constexpr (std::is_same_v<T, bool>) {
-                sqlite3_bind_int(upsert_, 2, kBoolean);
-                sqlite3_bind_int(upsert_, 3, v ? 1 : 0);
+                sqlite3_bind_int(upsert, 2, kBoolean);
+                sqlite3_bind_int(upsert, 3, v ? 1 : 0);
             } else if constexpr (std::is_same_v<T, int64_t>) {
-                sqlite3_bind_int(upsert_, 2, kInteger);
-                sqlite3_bind_int64(upsert_, 3, v);
+                sqlite3_bind_int(upsert, 2, kInteger);
+                sqlite3_bind_int64(upsert, 3, v);
             } else if constexpr (std::is_same_v<T, double>) {
-                sqlite3_bind_int(upsert_, 2, kReal);
-                sqlite3_bind_double(upsert_, 3, v);
+                sqlite3_bind_int(upsert, 2, kReal);
+                sqlite3_bind_double(upsert, 3, v);
             } else if constexpr (std::is_same_v<T, std::string>) {
-                sqlite3_bind_int(upsert_, 2, kText);
-                sqlite3_bind_text(upsert_, 3, v.data(), static_cast<int>(v.size()), SQLITE_STATIC);
+                sqlite3_bind_int(upsert, 2, kText);
+                sqlite3_bind_text(upsert, 3, v.data(), static_cast<int>(v.size()), SQLITE_STATIC);
             } else if constexpr (std::is_same_v<T, VRNData>) {
-                sqlite3_bind_int(upsert_, 2, kData);
-                sqlite3_bind_blob(upsert_, 3, v.data(), static_cast<int>(v.size()), SQLITE_STATIC);
+                sqlite3_bind_int(upsert, 2, kData);
+                sqlite3_bind_blob(upsert, 3, v.data(), static_cast<int>(v.size()), SQLITE_STATIC);
             } else {
-                sqlite3_bind_int(upsert_, 2, kObject);
-                sqlite3_bind_blob(upsert_, 3, v.bytes.data(), static_cast<int>(v.bytes.size()),
+                sqlite3_bind_int(upsert, 2, kObject);
+                sqlite3_bind_blob(upsert, 3, v.bytes.data(), static_cast<int>(v.bytes.size()),
                                   SQLITE_STATIC);
             }
         },
         value);
-    const int rc = sqlite3_step(upsert_);
-    sqlite3_reset(upsert_);
-    sqlite3_clear_bindings(upsert_);
+    const int rc = sqlite3_step(upsert);
+    sqlite3_reset(upsert);
+    sqlite3_clear_bindings(upsert);
     return rc == SQLITE_DONE;
 }
 
 bool VRNKeyValueStore::erase(const std::string& key) {
-    sqlite3_reset(delete_);
-    sqlite3_bind_text(delete_, 1, key.data(), static_cast<int>(key.size()), SQLITE_STATIC);
-    const int rc = sqlite3_step(delete_);
-    sqlite3_reset(delete_);
-    sqlite3_clear_bindings(delete_);
+    sqlite3_stmt* statement = delete_.get();
+    sqlite3_reset(statement);
+    sqlite3_bind_text(statement, 1, key.data(), static_cast<int>(key.size()), SQLITE_STATIC);
+    const int rc = sqlite3_step(statement);
+    sqlite3_reset(statement);
+    sqlite3_clear_bindings(statement);
     return rc == SQLITE_DONE;
 }
 

@@ -10,8 +10,7 @@
 #include <variant>
 #include <vector>
 
-struct sqlite3;
-struct sqlite3_stmt;
+#include "platform/VRNHandles.h"
 
 namespace vorna {
 
@@ -67,9 +66,10 @@ private:
     const std::filesystem::path path_;
     mutable std::mutex mutex_;
     std::map<std::string, VRNDefaultsValue, std::less<>> values_;
-    sqlite3* db_ = nullptr;
-    sqlite3_stmt* upsert_ = nullptr;
-    sqlite3_stmt* delete_ = nullptr;
+    // The statements before the database: they are finalized first when the store goes.
+    VRNDatabase db_;
+    VRNStatement upsert_;
+    VRNStatement delete_;
 };
 
 }  // namespace vorna

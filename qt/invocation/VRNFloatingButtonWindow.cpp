@@ -5,7 +5,6 @@
 #include <QRegion>
 #include <QWindow>
 
-#include "platform/loop/VRNNotificationCenter.h"
 #include "qt/invocation/VRNFloatingButtonVC.h"
 #include "qt/invocation/VRNFloatingButtonView.h"
 #include "qt/platform/VRNWindowStack.h"
@@ -23,24 +22,16 @@ VRNFloatingButtonWindow::VRNFloatingButtonWindow()
 
     auto& center = VRNNotificationCenter::defaultCenter();
     // Queued: the life cycle may be posted from any thread, and the window is the GUI thread's.
-    observers_.push_back(center.addObserver(VRNApplicationDidEnterBackgroundNotification,
-                                            [this](const VRNNotification&) {
-                                                QMetaObject::invokeMethod(
-                                                    this, [this] { hostWentAway(); },
-                                                    Qt::QueuedConnection);
-                                            }));
-    observers_.push_back(center.addObserver(VRNApplicationWillEnterForegroundNotification,
-                                            [this](const VRNNotification&) {
-                                                QMetaObject::invokeMethod(
-                                                    this, [this] { hostCameBack(); },
-                                                    Qt::QueuedConnection);
-                                            }));
-}
-
-VRNFloatingButtonWindow::~VRNFloatingButtonWindow() {
-    for (const auto token : observers_) {
-        VRNNotificationCenter::defaultCenter().removeObserver(token);
-    }
+    observers_.push_back(center.subscribe(
+        VRNApplicationDidEnterBackgroundNotification, [this](const VRNNotification&) {
+            QMetaObject::invokeMethod(
+                this, [this] { hostWentAway(); }, Qt::QueuedConnection);
+        }));
+    observers_.push_back(center.subscribe(
+        VRNApplicationWillEnterForegroundNotification, [this](const VRNNotification&) {
+            QMetaObject::invokeMethod(
+                this, [this] { hostCameBack(); }, Qt::QueuedConnection);
+        }));
 }
 
 void VRNFloatingButtonWindow::hostWentAway() {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "platform/loop/VRNNotificationCenter.h"
 #include "qt/platform/VRNKitWindow.h"
 #include "qt/platform/VRNPointerPassThrough.h"
 
@@ -33,7 +34,6 @@ class VRNFloatingButtonWindow : public VRNKitWindow {
 
 public:
     VRNFloatingButtonWindow();
-    ~VRNFloatingButtonWindow() override;
 
     void setRootViewController(VRNFloatingButtonVC* controller);
     VRNFloatingButtonVC* rootViewController() const;
@@ -61,7 +61,8 @@ private:
     VRNPointerPassThrough passThrough_{this};
     bool pressOnButton_ = false;  // the press under way began on the button
     bool awayWithHost_ = false;
-    std::vector<uint64_t> observers_;
+    // Last: they go before the members above, and before the window itself.
+    std::vector<VRNNotificationCenter::Subscription> observers_;
 };
 
 }  // namespace vorna

@@ -32,12 +32,6 @@ VRNSessionReporter::VRNSessionReporter(std::shared_ptr<VRNAppRepository> reposit
     reportState(kStateForeground);
 }
 
-VRNSessionReporter::~VRNSessionReporter() {
-    for (auto token : observers_) {
-        center_.removeObserver(token);
-    }
-}
-
 std::shared_ptr<VRNSessionReporter> VRNSessionReporter::sharedInstance() {
     static const auto instance = std::make_shared<VRNSessionReporter>();
     return instance;
@@ -48,14 +42,14 @@ void VRNSessionReporter::addObservers() {
     // delivered while the reporter goes away still has a queue to write to.
     auto queue = sessionQueue_;
     observers_.push_back(
-        center_.addObserver(VRNApplicationWillEnterForegroundNotification,
-                            [queue](const VRNNotification&) { record(*queue, kStateForeground); }));
+        center_.subscribe(VRNApplicationWillEnterForegroundNotification,
+                          [queue](const VRNNotification&) { record(*queue, kStateForeground); }));
     observers_.push_back(
-        center_.addObserver(VRNApplicationDidEnterBackgroundNotification,
-                            [queue](const VRNNotification&) { record(*queue, kStateBackground); }));
-    observers_.push_back(center_.addObserver(
-        VRNApplicationWillResignActiveNotification,
-        [queue](const VRNNotification&) { record(*queue, kStateResignActive); }));
+        center_.subscribe(VRNApplicationDidEnterBackgroundNotification,
+                          [queue](const VRNNotification&) { record(*queue, kStateBackground); }));
+    observers_.push_back(
+        center_.subscribe(VRNApplicationWillResignActiveNotification,
+                          [queue](const VRNNotification&) { record(*queue, kStateResignActive); }));
 }
 
 void VRNSessionReporter::appWillEnterForeground() {

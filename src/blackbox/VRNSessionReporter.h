@@ -22,7 +22,6 @@ public:
     explicit VRNSessionReporter(
         std::shared_ptr<VRNAppRepository> repository = nullptr,
         VRNNotificationCenter& center = VRNNotificationCenter::defaultCenter());
-    ~VRNSessionReporter();
     VRNSessionReporter(const VRNSessionReporter&) = delete;
     VRNSessionReporter& operator=(const VRNSessionReporter&) = delete;
 
@@ -45,7 +44,7 @@ private:
     const std::shared_ptr<VRNAppRepository> repository_;
     const std::shared_ptr<VRNQueue> sessionQueue_;
     VRNNotificationCenter& center_;
-    std::vector<VRNNotificationCenter::Token> observers_;
+    std::vector<VRNNotificationCenter::Subscription> observers_;
 };
 
 }  // namespace vorna

@@ -54,12 +54,13 @@ std::vector<std::string> qualifiedComponents(const std::string& name) {
 VRNConnection::VRNConnection(std::unique_ptr<VRNReachability> reachability,
                              std::shared_ptr<VRNRunLoop> runLoop, VRNNotificationCenter& center)
     : networkReachability_(std::move(reachability)), runLoop_(std::move(runLoop)), center_(center) {
-    observer_ = center_.addObserver(VRNReachabilityChangedNotification,
-                                    [this](const VRNNotification& n) { reachabilityChanged(n); });
+    observer_ = center_.subscribe(VRNReachabilityChangedNotification,
+                                  [this](const VRNNotification& n) { reachabilityChanged(n); });
 }
 
 VRNConnection::~VRNConnection() {
-    center_.removeObserver(observer_);
+    // Deaf to changes before the monitoring is taken down and the parked blocks dropped.
+    observer_.reset();
     if (monitoring) {
         stopMonitoring();
     }

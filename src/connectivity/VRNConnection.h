@@ -70,9 +70,10 @@ private:
     std::unique_ptr<VRNReachability> networkReachability_;
     std::shared_ptr<VRNRunLoop> runLoop_;
     VRNNotificationCenter& center_;
-    VRNNotificationCenter::Token observer_ = 0;
     std::map<std::string, std::function<void()>> blocksDictionary_;
     std::mutex arrayLock_;
+    // Last: its observer reaches the members above.
+    VRNNotificationCenter::Subscription observer_;
 };
 
 }  // namespace vorna

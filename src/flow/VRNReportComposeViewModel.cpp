@@ -21,21 +21,16 @@ std::vector<VRNImage> VRNAttachmentImages(const VRNVornaReportData* reportData) 
 VRNReportComposeViewModel::VRNReportComposeViewModel(std::shared_ptr<VRNVornaReportData> reportData,
                                                      VRNNotificationCenter& center)
     : brandingRefresCallback_(std::make_shared<std::function<void()>>()),
-      reportData_(std::move(reportData)),
-      center_(center) {
+      reportData_(std::move(reportData)) {
     // The observer holds the callback, not the view model: a post under way on another thread
     // while the view model goes calls at worst a callback that is already empty.
-    brandingObserver_ = center_.addObserver(
-        kVRNBrandingUpdatedNotification, [callback = std::weak_ptr<std::function<void()>>(
+    brandingObserver_ = center.subscribe(kVRNBrandingUpdatedNotification,
+                                         [callback = std::weak_ptr<std::function<void()>>(
                                               brandingRefresCallback_)](const VRNNotification&) {
-            if (auto strong = callback.lock(); strong && *strong) {
-                (*strong)();
-            }
-        });
-}
-
-VRNReportComposeViewModel::~VRNReportComposeViewModel() {
-    center_.removeObserver(brandingObserver_);
+                                             if (auto strong = callback.lock(); strong && *strong) {
+                                                 (*strong)();
+                                             }
+                                         });
 }
 
 void VRNReportComposeViewModel::didPressSubmitButton(

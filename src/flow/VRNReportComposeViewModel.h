@@ -47,7 +47,6 @@ public:
     explicit VRNReportComposeViewModel(
         std::shared_ptr<VRNVornaReportData> reportData,
         VRNNotificationCenter& center = VRNNotificationCenter::defaultCenter());
-    ~VRNReportComposeViewModel() override;
     VRNReportComposeViewModel(const VRNReportComposeViewModel&) = delete;
     VRNReportComposeViewModel& operator=(const VRNReportComposeViewModel&) = delete;
 
@@ -86,8 +85,7 @@ private:
     std::optional<std::string> bugDescription_;
     std::optional<std::string> emailAddress_;
     std::shared_ptr<VRNVornaReportData> reportData_;
-    VRNNotificationCenter& center_;
-    VRNNotificationCenter::Token brandingObserver_ = 0;
+    VRNNotificationCenter::Subscription brandingObserver_;
 };
 
 // The report's screenshot as a picture, in a list of its own: one image when the screenshot

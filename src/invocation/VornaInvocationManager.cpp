@@ -50,12 +50,6 @@ void VRNEdgeSwipeHandler::handleEdgeSwipeChange(double translationX,
 VornaInvocationManager::VornaInvocationManager(VRNNotificationCenter& center)
     : center_(center), edgeSwipeHandler_(std::make_shared<VRNEdgeSwipeHandler>()) {}
 
-VornaInvocationManager::~VornaInvocationManager() {
-    for (auto token : observers_) {
-        center_.removeObserver(token);
-    }
-}
-
 std::shared_ptr<VornaInvocationManager> VornaInvocationManager::sharedInstance() {
     static const auto instance = std::make_shared<VornaInvocationManager>();
     return instance;
@@ -93,12 +87,12 @@ void VornaInvocationManager::setupInvocationEnvironment() {
     }
     if (containsVornaInvocationEvent(VornaInvocationEventScreenshot)) {
         std::weak_ptr<VornaInvocationManager> weak = weak_from_this();
-        observers_.push_back(center_.addObserver(VRNApplicationUserDidTakeScreenshotNotification,
-                                                 [weak](const VRNNotification&) {
-                                                     if (auto manager = weak.lock()) {
-                                                         manager->screenshot();
-                                                     }
-                                                 }));
+        observers_.push_back(center_.subscribe(VRNApplicationUserDidTakeScreenshotNotification,
+                                               [weak](const VRNNotification&) {
+                                                   if (auto manager = weak.lock()) {
+                                                       manager->screenshot();
+                                                   }
+                                               }));
     }
     // VornaInvocationEventReserved is accepted and sets up nothing.
 }

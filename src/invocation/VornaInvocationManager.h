@@ -52,7 +52,6 @@ class VornaInvocationManager : public VRNEdgeSwipeHandlerDelegate,
 public:
     explicit VornaInvocationManager(
         VRNNotificationCenter& center = VRNNotificationCenter::defaultCenter());
-    ~VornaInvocationManager() override;
 
     static std::shared_ptr<VornaInvocationManager> sharedInstance();
 
@@ -87,7 +86,7 @@ private:
     VornaInvocationEvent invocationEvent_ = VornaInvocationEventMotion;
     std::shared_ptr<VRNEdgeSwipeHandler> edgeSwipeHandler_;
     std::function<void()> invokeHandler_;
-    std::vector<VRNNotificationCenter::Token> observers_;
+    std::vector<VRNNotificationCenter::Subscription> observers_;
 };
 
 }  // namespace vorna

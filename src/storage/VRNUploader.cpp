@@ -30,9 +30,6 @@ VRNUploader::VRNUploader(std::shared_ptr<VRNFileManagerProtocol> fileManager,
                                                 : VRNAppRepository::sharedInstance()) {}
 
 VRNUploader::~VRNUploader() {
-    for (auto token : observers_) {
-        center_.removeObserver(token);
-    }
     cancelTimer();
 }
 
@@ -168,13 +165,13 @@ void VRNUploader::retryUploadOperations() {
 
 void VRNUploader::addApplicationStateObservers() {
     const std::weak_ptr<VRNUploader> weak = weak_from_this();
-    const auto foreground = center_.addObserver(VRNApplicationWillEnterForegroundNotification, weak,
-                                                &VRNUploader::appWillEnterForeground);
-    const auto background = center_.addObserver(VRNApplicationDidEnterBackgroundNotification, weak,
-                                                &VRNUploader::appDidEnterBackground);
+    auto foreground = center_.subscribe(VRNApplicationWillEnterForegroundNotification, weak,
+                                        &VRNUploader::appWillEnterForeground);
+    auto background = center_.subscribe(VRNApplicationDidEnterBackgroundNotification, weak,
+                                        &VRNUploader::appDidEnterBackground);
     std::lock_guard lock(mutex_);
-    observers_.push_back(foreground);
-    observers_.push_back(background);
+    observers_.push_back(std::move(foreground));
+    observers_.push_back(std::move(background));
 }
 
 void VRNUploader::appWillEnterForeground() {

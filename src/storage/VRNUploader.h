@@ -82,7 +82,8 @@ private:
     std::atomic<size_t> operationCount_{0};
     mutable std::mutex mutex_;
     std::shared_ptr<VRNTimer> timer_;
-    std::vector<VRNNotificationCenter::Token> observers_;
+    // Their observers hold the uploader weakly: nothing they reach goes before them.
+    std::vector<VRNNotificationCenter::Subscription> observers_;
     // Last, so that it is joined first: no queued work outlives the members above.
     VRNDispatchQueue workingQueue_{"VRNUploader-working-queue"};
 };

@@ -28,6 +28,11 @@ void VRNNotificationCenter::removeObserver(Token token) {
     }
 }
 
+VRNNotificationCenter::Subscription VRNNotificationCenter::subscribe(const std::string& name,
+                                                                     Observer observer) {
+    return Subscription(*this, addObserver(name, std::move(observer)));
+}
+
 void VRNNotificationCenter::post(const std::string& name, const void* object) {
     std::vector<Entry> matching;
     {

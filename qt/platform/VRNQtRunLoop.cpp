@@ -11,7 +11,6 @@
 #include <climits>
 #include <cmath>
 #include <deque>
-#include <future>
 #include <mutex>
 
 namespace vorna {
@@ -142,25 +141,6 @@ void VRNQtRunLoop::detach() {
 
 void VRNQtRunLoop::post(std::function<void()> task) {
     Shared::post(shared_, std::move(task));
-}
-
-void VRNQtRunLoop::runSync(std::function<void()> task) {
-    if (isCurrent()) {
-        task();
-        return;
-    }
-    auto done = std::make_shared<std::promise<void>>();
-    auto finished = done->get_future();
-    post([task = std::move(task), done = std::move(done)] {
-        task();
-        done->set_value();
-    });
-    // When the loop is detached the task is dropped with its promise, which then reports a
-    // broken promise: the wait ends without the task having run.
-    try {
-        finished.get();
-    } catch (const std::future_error&) {
-    }
 }
 
 VRNTimerPtr VRNQtRunLoop::scheduleTimer(double interval, bool repeats,

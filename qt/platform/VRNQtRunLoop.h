@@ -21,7 +21,6 @@ public:
     VRNQtRunLoop& operator=(const VRNQtRunLoop&) = delete;
 
     void post(std::function<void()> task) override;
-    void runSync(std::function<void()> task) override;
     VRNTimerPtr scheduleTimer(double interval, bool repeats, std::function<void()> block) override;
     bool isCurrent() const override;
 

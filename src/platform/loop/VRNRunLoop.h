@@ -25,7 +25,9 @@ public:
     // Runs the task later, on the loop, in the order of posting.
     virtual void post(std::function<void()> task) = 0;
     // Runs the task on the loop and returns when it has run; inline when already on the loop.
-    virtual void runSync(std::function<void()> task) = 0;
+    // A loop that drops the task instead of running it (one whose toolkit has gone) lets the
+    // call return without it. Built on post and isCurrent.
+    virtual void runSync(std::function<void()> task);
     // One-shot (repeats = false) or repeating timer, first firing after `interval` seconds.
     virtual VRNTimerPtr scheduleTimer(double interval, bool repeats,
                                       std::function<void()> block) = 0;

@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 
-#include <future>
 
 namespace vorna {
 
@@ -34,20 +33,6 @@ double VRNThreadRunLoop::now() const {
 void VRNThreadRunLoop::post(std::function<void()> task) {
     queue_.post(std::move(task));
     wake_.notify_all();
-}
-
-void VRNThreadRunLoop::runSync(std::function<void()> task) {
-    if (isCurrent()) {
-        task();
-        return;
-    }
-    std::promise<void> done;
-    auto finished = done.get_future();
-    post([&] {
-        task();
-        done.set_value();
-    });
-    finished.wait();
 }
 
 VRNTimerPtr VRNThreadRunLoop::scheduleTimer(double interval, bool repeats,

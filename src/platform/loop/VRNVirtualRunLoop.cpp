@@ -1,7 +1,5 @@
 #include "platform/loop/VRNVirtualRunLoop.h"
 
-#include <future>
-
 namespace vorna {
 
 VRNVirtualRunLoop::VRNVirtualRunLoop() : owner_(std::this_thread::get_id()) {}
@@ -9,21 +7,6 @@ VRNVirtualRunLoop::VRNVirtualRunLoop() : owner_(std::this_thread::get_id()) {}
 void VRNVirtualRunLoop::post(std::function<void()> task) {
     queue_.post(std::move(task));
     posted_.notify_all();
-}
-
-void VRNVirtualRunLoop::runSync(std::function<void()> task) {
-    if (isCurrent()) {
-        task();
-        return;
-    }
-    // The driver runs it when it next drains.
-    std::promise<void> done;
-    auto finished = done.get_future();
-    post([&] {
-        task();
-        done.set_value();
-    });
-    finished.wait();
 }
 
 VRNTimerPtr VRNVirtualRunLoop::scheduleTimer(double interval, bool repeats,

@@ -19,7 +19,6 @@ public:
     VRNVirtualRunLoop();
 
     void post(std::function<void()> task) override;
-    void runSync(std::function<void()> task) override;
     VRNTimerPtr scheduleTimer(double interval, bool repeats, std::function<void()> block) override;
     bool isCurrent() const override;
 

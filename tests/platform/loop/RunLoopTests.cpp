@@ -89,6 +89,30 @@ TEST(ThreadRunLoop, RunsPostsInOrderOnItsThreadAndRunSyncWaits) {
     EXPECT_TRUE(nested);
 }
 
+TEST(ThreadRunLoop, RunSyncReleasesWhatTheTaskHoldsBeforeItReturns) {
+    VRNThreadRunLoop loop;
+    for (int i = 0; i < 200; ++i) {
+        auto held = std::make_shared<int>(i);
+        loop.runSync([held] {});
+        // The loop's thread let go of its copy before the caller went on.
+        ASSERT_EQ(held.use_count(), 1) << i;
+    }
+}
+
+// A loop whose toolkit is gone: it takes tasks and drops them.
+struct DroppingLoop : VRNRunLoop {
+    void post(std::function<void()>) override {}
+    VRNTimerPtr scheduleTimer(double, bool, std::function<void()>) override { return nullptr; }
+    bool isCurrent() const override { return false; }
+};
+
+TEST(RunLoop, RunSyncOnALoopThatDropsTheTaskReturnsWithoutRunningIt) {
+    DroppingLoop loop;
+    bool ran = false;
+    loop.runSync([&] { ran = true; });
+    EXPECT_FALSE(ran);
+}
+
 TEST(ThreadRunLoop, WakesForATimerScheduledWhileItSleeps) {
     VRNThreadRunLoop loop;
     // A far timer first puts the loop to sleep until then; the near one must still fire.

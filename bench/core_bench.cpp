@@ -15,7 +15,7 @@
 #include "platform/loop/VRNThreadRunLoop.h"
 #include "state/VRNAppRepository.h"
 #include "support/TempDir.h"
-#include "vorna/Vorna.h"
+#include "core/VRNVornaInstance.h"
 
 namespace {
 
@@ -47,13 +47,13 @@ void BM_VRNVornaStartOnCallingThread(benchmark::State& state) {
     std::vector<double> micros;
     for (auto _ : state) {
         state.PauseTiming();
-        VRNVorna::Dependencies deps;
+        VRNVornaInstance::Dependencies deps;
         deps.api = VRNMakeDefaultAPI();
         deps.appRepository = std::make_shared<VRNAppRepository>(store);
         deps.connection = std::make_shared<VRNConnection>(VRNMakeLinuxReachability(), loop, center);
         deps.runLoop = loop;
         deps.notificationCenter = &center;
-        auto vorna = std::make_shared<VRNVorna>(std::move(deps));
+        auto vorna = std::make_shared<VRNVornaInstance>(std::move(deps));
         state.ResumeTiming();
         const auto begin = Clock::now();
         loop->runSync([&] { vorna->performStart(VornaInvocationEventMotion); });

@@ -1,30 +1,19 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <map>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "vorna/VRNLog.h"
+#include "vorna/VornaDelivery.h"
 #include "vorna/VornaInvocationEvent.h"
+#include "vorna/VornaReportKeys.h"
 
 namespace vorna {
 
-class VRNAPIProtocol;
-class VRNAppRepository;
-class VRNBranding;
-class VRNBrandingService;
-class VRNConnection;
-class VRNCoordinatorProtocol;
-struct VRNCoordinatorContext;
-class VRNFileManagerProtocol;
-class VRNNotificationCenter;
-class VRNRunLoop;
-class VRNStarterProtocol;
-class VRNTimer;
-class VRNUploaderProtocol;
 class VRNVornaReportData;
 
 // The one class a host talks to. Start the kit once, early (after creating the QApplication
@@ -34,106 +23,90 @@ class VRNVornaReportData;
 //                                                vorna::VornaInvocationEventFloatingButton);
 //
 // The class methods may be called from any thread; they return at once and do their work on
-// the kit's main run loop. The kit reads its client id and secret from the "Vorna" dictionary
-// of the Info.plist beside the host executable (or the one named with setInfoPlistPath).
-class VRNVorna : public std::enable_shared_from_this<VRNVorna> {
+// the kit's main run loop (waitForDelivery alone blocks, by design). The kit reads its client
+// id and secret from the "Vorna" dictionary of the Info.plist beside the host executable (or
+// the one named with setInfoPlistPath).
+class VRNVorna {
 public:
     using PrepareDataHook =
         std::function<std::shared_ptr<VRNVornaReportData>(std::shared_ptr<VRNVornaReportData>)>;
-    using CoordinatorFactory =
-        std::function<std::shared_ptr<VRNCoordinatorProtocol>(VRNCoordinatorContext)>;
-    using UploaderFactory = std::function<std::shared_ptr<VRNUploaderProtocol>(
-        std::shared_ptr<VRNFileManagerProtocol>, std::shared_ptr<VRNAPIProtocol>)>;
-    using FileManagerFactory = std::function<std::shared_ptr<VRNFileManagerProtocol>()>;
 
-    // --- the host's interface ---
     static std::shared_ptr<VRNVorna> sharedInstance();
+
+    // --- start ---
     // Names the host's Info.plist; call before starting the kit.
     static void setInfoPlistPath(const std::string& path);
+    // The shake gesture only.
     static void start();
     static void startWithInvocationEvents(VornaInvocationEvent events);
+    // Opens the report screens now.
     static void manualStart();
     static void setBlackBoxEnabled(bool enabled);
+
+    // --- reports without screens ---
+    // A report with the device's facts, the description under kVRNUserInput (none: the key is
+    // left as the onPrepareData hook made it) and a screenshot of the application (or, without
+    // one, a white pixel). Nothing is sent for an application the backend has archived.
     static void autoReportWithAttachScreenshot(bool attachScreenshot,
                                                const std::optional<std::string>& description);
+    // The same with the empty description.
     static void autoReportWithAttachScreenshot(bool attachScreenshot);
+    // The same without a screenshot.
     static void autoReportWithDescription(const std::optional<std::string>& description);
     static void autoReport();
 
-    // --- collaborators: the shared instance uses the process-wide ones; tests bring their own ---
-    struct Dependencies {
-        std::shared_ptr<VRNAPIProtocol> api;
-        std::shared_ptr<VRNAppRepository> appRepository;
-        std::shared_ptr<VRNConnection> connection;
-        std::shared_ptr<VRNRunLoop> runLoop;
-        VRNNotificationCenter* notificationCenter = nullptr;
-        FileManagerFactory makeFileManager;
-        UploaderFactory makeUploader;
-        // How a report flow is made; none: the installed UI platform's.
-        CoordinatorFactory makeCoordinator;
-    };
-    VRNVorna();
-    explicit VRNVorna(Dependencies dependencies);
-    ~VRNVorna();
+    // --- life cycle, for hosts without the kit's Qt layer (which follows a Qt application by
+    // itself) ---
+    // The host came to the front: the kit authorizes again if it is not authorized, and sends
+    // the reports still saved. Posts "UIApplicationWillEnterForegroundNotification".
+    static void hostWillEnterForeground();
+    // The host went to the background: pending authorization and upload retries are cancelled
+    // and their delays start again from the beginning. Posts
+    // "UIApplicationWillResignActiveNotification", then
+    // "UIApplicationDidEnterBackgroundNotification".
+    // A call that repeats the state the host is in posts nothing.
+    static void hostDidEnterBackground();
+
+    // --- permissions the host holds ---
+    // Which of the seven permissions the application holds, keyed by their report keys
+    // (kVRNCameraPermission, kVRNMicrophonePermission, kVRNContactsPermission,
+    // kVRNPhotoLibraryPermission, kVRNLocationPermission, kVRNCalendarPermission,
+    // kVRNMediaLibraryPermission), with kVRNAccessPermissionGranted, or for location also
+    // kVRNAccessPermissionGrantedWhileUsing. kVRNAccessPermissionNotGranted and
+    // kVRNAccessPermissionDenied leave the permission out, as any permission not declared is.
+    // Reports made from then on carry them. Replaces what was declared before; an unknown key or
+    // value is logged and left out.
+    //
+    // Known flaw, kept on purpose: with two or more permissions declared, the report screens'
+    // "Inspect bug" page fails while sorting their names, and its "Granted permissions" list
+    // cannot be shown. Reports and their documents are not affected.
+    static void setGrantedPermissions(const std::map<std::string, std::string>& permissions);
+
+    // --- delivery ---
+    // Blocks the calling thread until every report saved so far (and every report made before
+    // the call) has been accepted by the backend: true. False when the time ran out first, or
+    // when the backend archived the application and the reports were dropped (an observer
+    // names them). Starts an upload round when none is running, so reports waiting for the
+    // kit's first authorization go out once it succeeds. A zero or negative time-out only
+    // looks: true when nothing is waiting. In a Qt host do not call it on the GUI thread while
+    // a retry is pending: the retry's timer runs on that thread.
+    static bool waitForDelivery(std::chrono::milliseconds timeout);
+    // Tells the observer of every report the backend accepts or the kit drops, until the
+    // returned observation goes.
+    [[nodiscard]] static VRNDeliveryObservation observeDelivery(VRNDeliveryObserver observer);
+
+    // --- the host's hook ---
+    // Lets the host replace or enrich a report's data before it is sent:
+    //     VRNVorna::sharedInstance()->setOnPrepareData([](auto data) { ...; return data; });
+    virtual PrepareDataHook onPrepareData() const = 0;
+    virtual void setOnPrepareData(PrepareDataHook hook) = 0;
+
+    virtual ~VRNVorna() = default;
     VRNVorna(const VRNVorna&) = delete;
     VRNVorna& operator=(const VRNVorna&) = delete;
 
-    // --- the instance's side of the class methods ---
-    void performStart(VornaInvocationEvent events);
-    void performAutoReport(bool attachScreenshot, const std::optional<std::string>& description);
-    void display();
-    void authorizeVorna();
-    void retryAuthorization();
-    void determineEnabled();
-    void registerApplication();
-    void addObservers();
-    void appWillEnterForeground();
-    void appDidEnterBackground();
-
-    // Lets the host replace or enrich a report's data before it is sent:
-    //     VRNVorna::sharedInstance()->setOnPrepareData([](auto data) { ...; return data; });
-    PrepareDataHook onPrepareData() const;
-    void setOnPrepareData(PrepareDataHook hook);
-    std::shared_ptr<VRNUploaderProtocol> uploader();
-    std::shared_ptr<VRNFileManagerProtocol> fileManager();
-    std::shared_ptr<VRNCoordinatorProtocol> coordinator() const;
-    std::shared_ptr<VRNStarterProtocol> starter() const;
-    void setStarter(std::shared_ptr<VRNStarterProtocol> starter);
-    const std::shared_ptr<VRNAPIProtocol>& api() const { return api_; }
-    const std::shared_ptr<VRNAppRepository>& appRepository() const { return appRepository_; }
-    std::shared_ptr<VRNTimer> timer() const;
-    // The look of the report screens: empty until the first report flow opens, then a fresh
-    // built-in record each time one opens.
-    std::shared_ptr<VRNBranding> branding() const;
-
-    // The report pipeline installs how the store and the uploader are made.
-    static void setDefaultPipelineFactories(FileManagerFactory makeFileManager,
-                                            UploaderFactory makeUploader);
-
-private:
-    std::shared_ptr<VRNRunLoop> mainLoop() const;
-    void runOnMain(std::function<void()> task);
-    void cancelTimer();
-
-    std::shared_ptr<VRNAPIProtocol> api_;
-    std::shared_ptr<VRNAppRepository> appRepository_;
-    std::shared_ptr<VRNConnection> connection_;
-    std::shared_ptr<VRNRunLoop> runLoop_;
-    VRNNotificationCenter& center_;
-    FileManagerFactory makeFileManager_;
-    UploaderFactory makeUploader_;
-    CoordinatorFactory makeCoordinator_;
-    std::shared_ptr<VRNBrandingService> brandingService_;
-
-    mutable std::mutex mutex_;
-    PrepareDataHook onPrepareData_;
-    std::shared_ptr<VRNCoordinatorProtocol> coordinator_;
-    std::shared_ptr<VRNStarterProtocol> starter_;
-    std::shared_ptr<VRNUploaderProtocol> uploader_;
-    std::shared_ptr<VRNFileManagerProtocol> fileManager_;
-    std::shared_ptr<VRNTimer> timer_;
-    std::vector<uint64_t> observers_;
-    bool invocationsStarted_ = false;  // main loop only
+protected:
+    VRNVorna() = default;
 };
 
 }  // namespace vorna

@@ -31,20 +31,7 @@ VRNQtLifecycle::State VRNQtLifecycle::stateFor(Qt::ApplicationState state) {
 }
 
 std::vector<const char*> VRNQtLifecycle::notificationsForTransition(State from, State to) {
-    std::vector<const char*> names;
-    if (from == to) {
-        return names;
-    }
-    // Leaving the active state always resigns first, also on the way to the background.
-    if (from == State::Active) {
-        names.push_back(VRNApplicationWillResignActiveNotification);
-    }
-    if (to == State::Background) {
-        names.push_back(VRNApplicationDidEnterBackgroundNotification);
-    } else if (from == State::Background) {
-        names.push_back(VRNApplicationWillEnterForegroundNotification);
-    }
-    return names;
+    return VRNNotificationsForTransition(from, to);
 }
 
 bool VRNQtLifecycle::eventFilter(QObject* watched, QEvent* event) {

@@ -5,6 +5,8 @@
 
 #include <vector>
 
+#include "platform/loop/VRNApplicationState.h"
+
 namespace vorna {
 
 class VRNNotificationCenter;
@@ -17,7 +19,7 @@ class VRNQtLifecycle : public QObject {
 
 public:
     // A state of the application as the kit counts it.
-    enum class State { Active, Inactive, Background };
+    using State = VRNApplicationState;
 
     explicit VRNQtLifecycle(VRNNotificationCenter& center, QObject* parent = nullptr);
 

@@ -5,6 +5,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 
+#include "core/VRNVornaInstance.h"
 #include "flow/VRNCoordinator.h"
 #include "flow/VRNMessageBannerManager.h"
 #include "platform/loop/VRNVirtualRunLoop.h"
@@ -47,7 +48,7 @@ protected:
         host.setGeometry(0, 0, 375, 812);
         host.setStyleSheet(QStringLiteral("background: #e0e0e0"));
         test::showWindow(&host);
-        VRNVorna::Dependencies deps;
+        VRNVornaInstance::Dependencies deps;
         deps.appRepository = repository;
         deps.connection =
             std::make_shared<VRNConnection>(std::make_unique<test::FakeReachability>(
@@ -62,7 +63,7 @@ protected:
             };
             return std::make_shared<VRNCoordinator>(std::move(context), platform);
         };
-        vorna = std::make_shared<VRNVorna>(std::move(deps));
+        vorna = std::make_shared<VRNVornaInstance>(std::move(deps));
     }
 
     VRNFlowDisplayWindow* window() {
@@ -90,7 +91,7 @@ protected:
     std::shared_ptr<VRNVirtualRunLoop> bannerTime = std::make_shared<VRNVirtualRunLoop>();
     std::shared_ptr<VRNQtFlowPlatform> platform =
         std::make_shared<VRNQtFlowPlatform>([] { return QRect(0, 0, 375, 812); }, bannerTime);
-    std::shared_ptr<VRNVorna> vorna;
+    std::shared_ptr<VRNVornaInstance> vorna;
 };
 
 TEST_F(FlowTest, AReportFromTheFirstScreenToTheBannerWithRealEvents) {

@@ -17,7 +17,7 @@
 #include "state/VRNAppRepository.h"
 #include "support/FakeReachability.h"
 #include "support/TempDir.h"
-#include "vorna/Vorna.h"
+#include "core/VRNVornaInstance.h"
 
 // Moves the pointer as the window system does, with positions that may have fractions (the
 // QTest helpers take whole points only).
@@ -115,7 +115,7 @@ private:
 class DisplayCounter {
 public:
     DisplayCounter() {
-        VRNVorna::Dependencies deps;
+        VRNVornaInstance::Dependencies deps;
         deps.makeCoordinator = [this](VRNCoordinatorContext) {
             return std::make_shared<CountingCoordinator>(displays);
         };
@@ -127,7 +127,7 @@ public:
         deps.notificationCenter = &center;
         deps.makeFileManager = [] { return nullptr; };
         deps.makeUploader = [](auto, auto) { return nullptr; };
-        vorna = std::make_shared<VRNVorna>(std::move(deps));
+        vorna = std::make_shared<VRNVornaInstance>(std::move(deps));
     }
     ~DisplayCounter() = default;
     DisplayCounter(const DisplayCounter&) = delete;
@@ -135,7 +135,7 @@ public:
 
     // What the facade's start installs in the invocation manager.
     std::function<void()> display() {
-        std::weak_ptr<VRNVorna> weak = vorna;
+        std::weak_ptr<VRNVornaInstance> weak = vorna;
         return [weak] {
             if (auto self = weak.lock()) {
                 self->display();
@@ -146,7 +146,7 @@ public:
     std::atomic<int> displays{0};
     TempDir dir;
     VRNNotificationCenter center;
-    std::shared_ptr<VRNVorna> vorna;
+    std::shared_ptr<VRNVornaInstance> vorna;
 };
 
 // Lets queued work (the kit's run loop, deferred deletes, window system events) happen.

@@ -44,6 +44,13 @@ public:
     void performWhenConnected(std::function<void()> block,
                               std::source_location caller = std::source_location::current());
 
+    // The same for a call site that acts for another class and parks its block under that
+    // class's key; `functionName` is written as the compiler writes a method's name,
+    // e.g. "void vorna::VRNVorna::retryAuthorization()".
+    void performWhenConnectedAs(std::function<void()> block, const char* functionName) {
+        parkOrRun(std::move(block), functionName);
+    }
+
     // Drops the parked blocks whose key contains the class name.
     void cancelPendingBlocksForClassName(const std::string& className);
     template <class T>

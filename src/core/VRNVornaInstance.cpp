@@ -1,4 +1,4 @@
-#include "vorna/Vorna.h"
+#include "core/VRNVornaInstance.h"
 
 #include "api/VRNAPIProtocol.h"
 #include "connectivity/VRNConnection.h"
@@ -13,6 +13,7 @@
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
 #include "state/VRNInfoPlist.h"
+#include "storage/VRNDeliveryLedger.h"
 #include "storage/VRNFileManagerProtocol.h"
 #include "storage/VRNUploaderProtocol.h"
 #include "theme/VRNBranding.h"
@@ -26,33 +27,23 @@ namespace {
 constexpr const char* kOperatingSystem = "iOS";
 constexpr const char* kPlatform = "iOS";
 
-struct FactoryRegistry {
-    std::mutex mutex;
-    VRNVorna::FileManagerFactory fileManager;
-    VRNVorna::UploaderFactory uploader;
-};
-
-FactoryRegistry& factories() {
-    static FactoryRegistry registry;
-    return registry;
-}
-
-VRNVorna::Dependencies sharedDependencies() {
-    VRNVorna::Dependencies deps;
+VRNVornaInstance::Dependencies sharedDependencies() {
+    VRNVornaInstance::Dependencies deps;
     deps.api = VRNMakeDefaultAPI();
     deps.appRepository = VRNAppRepository::sharedInstance();
     deps.connection = VRNConnection::sharedInstance();
     deps.notificationCenter = &VRNNotificationCenter::defaultCenter();
     deps.makeFileManager = VRNMakeDefaultFileManager;
     deps.makeUploader = VRNMakeDefaultUploader;
+    deps.ledger = VRNDeliveryLedger::shared();
     return deps;
 }
 
 }  // namespace
 
-VRNVorna::VRNVorna() : VRNVorna(sharedDependencies()) {}
+VRNVornaInstance::VRNVornaInstance() : VRNVornaInstance(sharedDependencies()) {}
 
-VRNVorna::VRNVorna(Dependencies deps)
+VRNVornaInstance::VRNVornaInstance(Dependencies deps)
     : api_(std::move(deps.api)),
       appRepository_(deps.appRepository ? std::move(deps.appRepository)
                                         : VRNAppRepository::sharedInstance()),
@@ -60,6 +51,7 @@ VRNVorna::VRNVorna(Dependencies deps)
       runLoop_(std::move(deps.runLoop)),
       center_(deps.notificationCenter ? *deps.notificationCenter
                                       : VRNNotificationCenter::defaultCenter()),
+      ledger_(deps.ledger ? std::move(deps.ledger) : VRNDeliveryLedger::shared()),
       makeFileManager_(std::move(deps.makeFileManager)),
       makeUploader_(std::move(deps.makeUploader)),
       makeCoordinator_(std::move(deps.makeCoordinator)),
@@ -67,70 +59,28 @@ VRNVorna::VRNVorna(Dependencies deps)
     VRNRegisterKitResources();
 }
 
-VRNVorna::~VRNVorna() {
+VRNVornaInstance::~VRNVornaInstance() {
     for (auto token : observers_) {
         center_.removeObserver(token);
     }
     cancelTimer();
 }
 
-std::shared_ptr<VRNVorna> VRNVorna::sharedInstance() {
+std::shared_ptr<VRNVornaInstance> VRNVornaInstance::shared() {
     // The kit lives as long as the host process and has no stop operation; the instance is
     // never destroyed, so nothing runs against it while the process exits.
-    static auto* instance = new std::shared_ptr<VRNVorna>(std::make_shared<VRNVorna>());
+    static auto* instance =
+        new std::shared_ptr<VRNVornaInstance>(std::make_shared<VRNVornaInstance>());
     return *instance;
 }
 
-void VRNVorna::setInfoPlistPath(const std::string& path) {
-    VRNBundle::setMainInfoPlistPath(path);
-}
-
-void VRNVorna::start() {
-    startWithInvocationEvents(VornaInvocationEventMotion);
-}
-
-void VRNVorna::startWithInvocationEvents(VornaInvocationEvent events) {
-    auto self = sharedInstance();
-    self->runOnMain([self, events] { self->performStart(events); });
-}
-
-void VRNVorna::manualStart() {
-    auto self = sharedInstance();
-    self->runOnMain([self] { self->display(); });
-}
-
-void VRNVorna::setBlackBoxEnabled(bool enabled) {
-    auto self = sharedInstance();
-    self->runOnMain([enabled] { VRNSetBlackBoxEnabled(enabled); });
-}
-
-void VRNVorna::autoReportWithAttachScreenshot(bool attachScreenshot,
-                                              const std::optional<std::string>& description) {
-    auto self = sharedInstance();
-    self->runOnMain([self, attachScreenshot, description] {
-        self->performAutoReport(attachScreenshot, description);
-    });
-}
-
-void VRNVorna::autoReportWithAttachScreenshot(bool attachScreenshot) {
-    autoReportWithAttachScreenshot(attachScreenshot, std::string());
-}
-
-void VRNVorna::autoReportWithDescription(const std::optional<std::string>& description) {
-    autoReportWithAttachScreenshot(false, description);
-}
-
-void VRNVorna::autoReport() {
-    autoReportWithAttachScreenshot(false, std::string());
-}
-
-std::shared_ptr<VRNRunLoop> VRNVorna::mainLoop() const {
+std::shared_ptr<VRNRunLoop> VRNVornaInstance::mainLoop() const {
     // Without a loop of its own the facade follows the process's main loop as it stands: a host
     // may start the kit before its toolkit (and the toolkit's loop) exists.
     return runLoop_ ? runLoop_ : VRNRunLoop::main();
 }
 
-void VRNVorna::runOnMain(std::function<void()> task) {
+void VRNVornaInstance::runOnMain(std::function<void()> task) {
     const auto loop = mainLoop();
     if (loop->isCurrent()) {
         task();
@@ -139,7 +89,12 @@ void VRNVorna::runOnMain(std::function<void()> task) {
     }
 }
 
-void VRNVorna::performStart(VornaInvocationEvent events) {
+bool VRNVornaInstance::started() const {
+    return started_;
+}
+
+void VRNVornaInstance::performStart(VornaInvocationEvent events) {
+    started_ = true;
     auto invocationManager = VornaInvocationManager::sharedInstance();
     invocationManager->setInvocationEvents(events);
     if (invocationsStarted_) {
@@ -150,7 +105,7 @@ void VRNVorna::performStart(VornaInvocationEvent events) {
                "set up (a new set of events changes only the shake gesture); authorizing again");
     } else {
         invocationsStarted_ = true;
-        std::weak_ptr<VRNVorna> weak = weak_from_this();
+        std::weak_ptr<VRNVornaInstance> weak = weak_from_this();
         invocationManager->setInvokeHandler([weak] {
             if (auto self = weak.lock()) {
                 self->display();
@@ -166,25 +121,21 @@ void VRNVorna::performStart(VornaInvocationEvent events) {
     VRNStartSessionReporter();
 }
 
-void VRNVorna::authorizeVorna() {
+void VRNVornaInstance::authorizeVorna() {
     VRNLog("VRNVorna - Started authorization procces");
     const auto currentStarter = starter();
     if (!currentStarter) {
         VRNLog("VRNVorna - Starter not set, canceling authorization");
         return;
     }
-    std::weak_ptr<VRNVorna> weak = weak_from_this();
+    std::weak_ptr<VRNVornaInstance> weak = weak_from_this();
     currentStarter->start([weak](bool authorized) {
         auto self = weak.lock();
         if (!self) {
             return;
         }
         if (authorized) {
-            self->appRepository_->setClientAuthorized(true);
-            self->registerApplication();
-            self->determineEnabled();
-            // Creating the uploader sends the reports left from earlier runs.
-            self->uploader();
+            self->authorized();
         } else {
             self->appRepository_->setClientAuthorized(false);
             if (!reauthorizationPending) {
@@ -194,11 +145,32 @@ void VRNVorna::authorizeVorna() {
     });
 }
 
-void VRNVorna::retryAuthorization() {
+void VRNVornaInstance::authorized() {
+    appRepository_->setClientAuthorized(true);
+    registerApplication();
+    determineEnabled();
+    // Creating the uploader sends the reports left from earlier runs.
+    const auto pipeline = uploader();
+    bool waited;
+    {
+        std::lock_guard lock(mutex_);
+        waited = waiters_ > 0;
+    }
+    // Reports made before this first authorization would otherwise wait for the next start,
+    // foreground or report; a host waiting for them gets them out now.
+    if (waited && pipeline) {
+        pipeline->startRoundIfIdle();
+    }
+    ledger_->changed();
+}
+
+void VRNVornaInstance::retryAuthorization() {
     reauthorizationPending = true;
-    std::weak_ptr<VRNVorna> weak = weak_from_this();
+    std::weak_ptr<VRNVornaInstance> weak = weak_from_this();
     if (!connection_->hasConnectivity()) {
-        connection_->performWhenConnected([weak] {
+        // Parked under the facade's key, "VRNVornaretryAuthorization": the instance acts for
+        // VRNVorna, and a later retry must replace this block, not add a second one.
+        connection_->performWhenConnectedAs([weak] {
             auto self = weak.lock();
             if (!self) {
                 return;
@@ -208,7 +180,7 @@ void VRNVorna::retryAuthorization() {
             self->cancelTimer();
             delay = 5;
             self->authorizeVorna();
-        });
+        }, "void vorna::VRNVorna::retryAuthorization()");
     }
     cancelTimer();
     delay = delay * 2;
@@ -234,11 +206,11 @@ void VRNVorna::retryAuthorization() {
     });
 }
 
-void VRNVorna::determineEnabled() {
+void VRNVornaInstance::determineEnabled() {
     if (!api_) {
         return;
     }
-    std::weak_ptr<VRNVorna> weak = weak_from_this();
+    std::weak_ptr<VRNVornaInstance> weak = weak_from_this();
     api_->getApplicationEnabled(VRNInfoPlist().hostApplicationBundleId(), kOperatingSystem,
                                 kPlatform, [weak](std::optional<bool> enabled) {
                                     auto self = weak.lock();
@@ -248,39 +220,37 @@ void VRNVorna::determineEnabled() {
                                     self->appRepository_->setApplicationActive(*enabled);
                                     if (!*enabled) {
                                         VRNLog("VRNVorna: Application is archived.");
-                                        if (auto store = self->fileManager()) {
-                                            store->deleteAllLocalReportData();
-                                        }
+                                        self->dropAllSavedReports();
                                     }
                                 });
 }
 
-void VRNVorna::registerApplication() {
+void VRNVornaInstance::registerApplication() {
     if (api_) {
         api_->registerApplication(VRNInfoPlist().hostApplicationBundleId(), kOperatingSystem,
                                   kPlatform);
     }
 }
 
-void VRNVorna::addObservers() {
-    const std::weak_ptr<VRNVorna> weak = weak_from_this();
+void VRNVornaInstance::addObservers() {
+    const std::weak_ptr<VRNVornaInstance> weak = weak_from_this();
     const auto foreground = center_.addObserver(VRNApplicationWillEnterForegroundNotification, weak,
-                                                &VRNVorna::appWillEnterForeground);
+                                                &VRNVornaInstance::appWillEnterForeground);
     const auto background = center_.addObserver(VRNApplicationDidEnterBackgroundNotification, weak,
-                                                &VRNVorna::appDidEnterBackground);
+                                                &VRNVornaInstance::appDidEnterBackground);
     std::lock_guard lock(mutex_);
     observers_.push_back(foreground);
     observers_.push_back(background);
 }
 
-void VRNVorna::appWillEnterForeground() {
+void VRNVornaInstance::appWillEnterForeground() {
     if (!appRepository_->clientAuthorized()) {
         VRNLog("VRNVorna - Starting reauth after entering foreground");
         authorizeVorna();
     }
 }
 
-void VRNVorna::appDidEnterBackground() {
+void VRNVornaInstance::appDidEnterBackground() {
     if (!appRepository_->clientAuthorized() && reauthorizationPending) {
         VRNLog("VRNVorna - Entering background, cancel reauthorization actions");
         connection_->cancelGlobalPendingBlocks();
@@ -290,14 +260,14 @@ void VRNVorna::appDidEnterBackground() {
     }
 }
 
-void VRNVorna::display() {
+void VRNVornaInstance::display() {
     {
         std::lock_guard lock(mutex_);
         if (coordinator_) {
             return;
         }
     }
-    const std::weak_ptr<VRNVorna> weak = weak_from_this();
+    const std::weak_ptr<VRNVornaInstance> weak = weak_from_this();
     VRNCoordinatorContext context;
     context.uploader = uploader();
     context.appRepository = appRepository_;
@@ -342,7 +312,7 @@ void VRNVorna::display() {
     created->start();
 }
 
-void VRNVorna::performAutoReport(bool attachScreenshot,
+void VRNVornaInstance::performAutoReport(bool attachScreenshot,
                                  const std::optional<std::string>& description) {
     if (!appRepository_->applicationActive()) {
         return;
@@ -356,32 +326,25 @@ void VRNVorna::performAutoReport(bool attachScreenshot,
     }
 }
 
-VRNVorna::PrepareDataHook VRNVorna::onPrepareData() const {
+VRNVornaInstance::PrepareDataHook VRNVornaInstance::onPrepareData() const {
     std::lock_guard lock(mutex_);
     return onPrepareData_;
 }
 
-void VRNVorna::setOnPrepareData(PrepareDataHook hook) {
+void VRNVornaInstance::setOnPrepareData(PrepareDataHook hook) {
     std::lock_guard lock(mutex_);
     onPrepareData_ = std::move(hook);
 }
 
-std::shared_ptr<VRNFileManagerProtocol> VRNVorna::fileManager() {
+std::shared_ptr<VRNFileManagerProtocol> VRNVornaInstance::fileManager() {
     std::lock_guard lock(mutex_);
-    if (!fileManager_) {
-        FileManagerFactory make = makeFileManager_;
-        if (!make) {
-            std::lock_guard registryLock(factories().mutex);
-            make = factories().fileManager;
-        }
-        if (make) {
-            fileManager_ = make();
-        }
+    if (!fileManager_ && makeFileManager_) {
+        fileManager_ = makeFileManager_();
     }
     return fileManager_;
 }
 
-std::shared_ptr<VRNUploaderProtocol> VRNVorna::uploader() {
+std::shared_ptr<VRNUploaderProtocol> VRNVornaInstance::uploader() {
     {
         std::lock_guard lock(mutex_);
         if (uploader_) {
@@ -389,43 +352,38 @@ std::shared_ptr<VRNUploaderProtocol> VRNVorna::uploader() {
         }
     }
     auto store = fileManager();
-    UploaderFactory make = makeUploader_;
-    if (!make) {
-        std::lock_guard registryLock(factories().mutex);
-        make = factories().uploader;
-    }
     std::lock_guard lock(mutex_);
-    if (!uploader_ && make) {
-        uploader_ = make(store, api_);
+    if (!uploader_ && makeUploader_) {
+        uploader_ = makeUploader_(store, api_);
     }
     return uploader_;
 }
 
-std::shared_ptr<VRNCoordinatorProtocol> VRNVorna::coordinator() const {
+std::shared_ptr<VRNCoordinatorProtocol> VRNVornaInstance::coordinator() const {
     std::lock_guard lock(mutex_);
     return coordinator_;
 }
 
-std::shared_ptr<VRNStarterProtocol> VRNVorna::starter() const {
+std::shared_ptr<VRNStarterProtocol> VRNVornaInstance::starter() const {
     std::lock_guard lock(mutex_);
     return starter_;
 }
 
-void VRNVorna::setStarter(std::shared_ptr<VRNStarterProtocol> newStarter) {
+void VRNVornaInstance::setStarter(std::shared_ptr<VRNStarterProtocol> newStarter) {
     std::lock_guard lock(mutex_);
     starter_ = std::move(newStarter);
 }
 
-std::shared_ptr<VRNTimer> VRNVorna::timer() const {
+std::shared_ptr<VRNTimer> VRNVornaInstance::timer() const {
     std::lock_guard lock(mutex_);
     return timer_;
 }
 
-std::shared_ptr<VRNBranding> VRNVorna::branding() const {
+std::shared_ptr<VRNBranding> VRNVornaInstance::branding() const {
     return brandingService_->branding();
 }
 
-void VRNVorna::cancelTimer() {
+void VRNVornaInstance::cancelTimer() {
     std::shared_ptr<VRNTimer> old;
     {
         std::lock_guard lock(mutex_);
@@ -434,13 +392,6 @@ void VRNVorna::cancelTimer() {
     if (old) {
         old->invalidate();
     }
-}
-
-void VRNVorna::setDefaultPipelineFactories(FileManagerFactory makeFileManager,
-                                           UploaderFactory makeUploader) {
-    std::lock_guard lock(factories().mutex);
-    factories().fileManager = std::move(makeFileManager);
-    factories().uploader = std::move(makeUploader);
 }
 
 }  // namespace vorna

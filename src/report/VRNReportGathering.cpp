@@ -12,6 +12,7 @@
 #include "blackbox/VRNBlackBox.h"
 #include "blackbox/VRNSessionReporter.h"
 #include "connectivity/VRNConnection.h"
+#include "report/VRNDeclaredPermissions.h"
 #include "state/VRNConstants.h"
 #include "state/VRNDateProvider.h"
 #include "vorna/VRNLog.h"
@@ -124,6 +125,7 @@ VRNReportSources VRNReportSources::processWide() {
     sources.probes = VRNDeviceProbes::current();
     sources.device = VRNDeviceProvider::current();
     sources.mainBundle = VRNBundle::mainBundle();
+    sources.grantedPermissions = [] { return VRNDeclaredPermissions::granted(); };
     sources.hasConnectivity = [] { return VRNConnection::sharedInstance()->hasConnectivity(); };
     sources.sessionHistory = []() -> std::optional<History> {
         History history;
@@ -178,8 +180,20 @@ VRNGatheredDataDict VRNGatherReportFacts(const VRNReportSources& s) {
         put(kVRNBuildVersion, text(s.mainBundle->stringForKey("CFBundleVersion")));
         put(kVRNSystemBuildVersion, text(s.mainBundle->stringForKey("DTPlatformBuild")));
     }
-    // Camera, microphone, contacts, photo library, location, calendar and media library: a
-    // Linux process has no such grants the system could report, so none is claimed.
+    // Camera, microphone, contacts, photo library, location, calendar and media library, in
+    // that order: a Linux process has no such grants the system could report, so only those the
+    // host declared are claimed.
+    if (s.grantedPermissions) {
+        const auto granted = s.grantedPermissions();
+        for (const char* key : {kVRNCameraPermission, kVRNMicrophonePermission,
+                                kVRNContactsPermission, kVRNPhotoLibraryPermission,
+                                kVRNLocationPermission, kVRNCalendarPermission,
+                                kVRNMediaLibraryPermission}) {
+            if (const auto found = granted.find(key); found != granted.end()) {
+                put(key, VRNGatheredValue(found->second));
+            }
+        }
+    }
     put(kVRNTimeZone, text(s.timeZoneName ? s.timeZoneName() : std::nullopt));
     put(kVRNLocale,
         VRNGatheredValue((s.localeIdentifier ? s.localeIdentifier() : std::nullopt).value_or("-")));

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -26,6 +27,8 @@ struct VRNReportSources {
     std::shared_ptr<VRNBundle> mainBundle;
     std::function<bool()> hasConnectivity;
     std::function<std::optional<History>()> sessionHistory;
+    // The permissions the application holds, by report key; none: no permission is claimed.
+    std::function<std::map<std::string, std::string>()> grantedPermissions;
     // By the report key of the history ("VRN_CpuHistory", …).
     std::function<std::optional<History>(const std::string& key)> blackBoxHistory;
     std::function<std::filesystem::path()> documentsDirectory;

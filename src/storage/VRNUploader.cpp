@@ -1,9 +1,12 @@
 #include "storage/VRNUploader.h"
 
+#include <future>
+
 #include "api/VRNAPIProtocol.h"
 #include "platform/loop/VRNRunLoop.h"
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
+#include "storage/VRNDeliveryLedger.h"
 #include "storage/VRNVornaUploadOperation.h"
 #include "vorna/VRNLog.h"
 
@@ -27,7 +30,8 @@ VRNUploader::VRNUploader(std::shared_ptr<VRNFileManagerProtocol> fileManager,
       center_(dependencies.notificationCenter ? *dependencies.notificationCenter
                                               : VRNNotificationCenter::defaultCenter()),
       appRepository_(dependencies.appRepository ? std::move(dependencies.appRepository)
-                                                : VRNAppRepository::sharedInstance()) {}
+                                                : VRNAppRepository::sharedInstance()),
+      ledger_(dependencies.ledger ? std::move(dependencies.ledger) : VRNDeliveryLedger::shared()) {}
 
 VRNUploader::~VRNUploader() {
     cancelTimer();
@@ -68,6 +72,8 @@ void VRNUploader::startUnsentJobs() {
             auto reportData = self->fileManager_->loadReportDataForIdentifier(jobId);
             if (!reportData) {
                 VRNLog("VRNUploader: Failed to fetch data for %s", jobId.c_str());
+                std::lock_guard lock(self->mutex_);
+                self->unreadable_.insert(jobId);
                 continue;
             }
             self->startUploadOperationWithReportData(std::move(reportData), jobId);
@@ -114,19 +120,19 @@ void VRNUploader::operationFinished(VRNVornaUploadOperation& operation,
         if (fileManager_) {
             fileManager_->deleteReportDataForIdentifier(job);
         }
+        ledger_->reportAccepted(jobId.value_or(std::string()));
     } else if (operation.uploadErrorCode() == VRNErrorApplicationArchived) {
         VRNLog("VRNUploader: Upload failed, application archived, error code -> %ld",
                static_cast<long>(operation.uploadErrorCode()));
         appRepository_->setApplicationActive(false);
-        if (fileManager_) {
-            fileManager_->deleteAllLocalReportData();
-        }
+        dropAllSavedReports(jobId ? std::nullopt : std::optional<std::string>(std::string()));
     } else {
         VRNLog("VRNUploader: Upload failed, not removing job id %s", job.c_str());
         retryUploadNeeded = true;
     }
 
     if (operationCount_ != 0) {
+        ledger_->changed();
         return;  // the last operation of the round decides
     }
     if (retryUploadNeeded) {
@@ -138,6 +144,67 @@ void VRNUploader::operationFinished(VRNVornaUploadOperation& operation,
         cancelTimer();
         delayInterval = initialDelayInterval;
     }
+    ledger_->changed();
+}
+
+void VRNUploader::dropAllSavedReports(const std::optional<std::string>& unsavedInFlight) {
+    if (!fileManager_) {
+        return;
+    }
+    // Listed first: the store forgets the ids with the files, and the host is told each one.
+    const auto dropped = fileManager_->savedReports();
+    fileManager_->deleteAllLocalReportData();
+    {
+        std::lock_guard lock(mutex_);
+        unreadable_.clear();
+    }
+    for (const auto& id : dropped) {
+        ledger_->reportDropped(id);
+    }
+    if (unsavedInFlight) {
+        ledger_->reportDropped(*unsavedInFlight);
+    }
+}
+
+bool VRNUploader::takeUpQueuedWork(std::chrono::steady_clock::time_point deadline) {
+    if (workingQueue_.isCurrent()) {
+        return true;
+    }
+    // Not waitUntilIdle: an upload holds the queue until the backend answers, and the caller
+    // has a deadline. The marker only has to pass the saves queued before it.
+    auto reached = std::make_shared<std::promise<void>>();
+    auto future = reached->get_future();
+    workingQueue_.async([reached] { reached->set_value(); });
+    return future.wait_until(deadline) == std::future_status::ready;
+}
+
+void VRNUploader::startRoundIfIdle() {
+    std::weak_ptr<VRNUploader> weak = weak_from_this();
+    // Judged on the working queue, where rounds end, so that it never sees a round between its
+    // last operation and the decision about a retry.
+    workingQueue_.async([weak] {
+        auto self = weak.lock();
+        if (self && self->operationCount_ == 0 && !timerRunning) {
+            self->startUnsentJobs();
+        }
+    });
+}
+
+bool VRNUploader::hasUndeliveredReports() {
+    if (operationCount_ != 0) {
+        return true;
+    }
+    if (!fileManager_) {
+        return false;
+    }
+    const auto saved = fileManager_->savedReports();
+    std::lock_guard lock(mutex_);
+    for (const auto& id : saved) {
+        if (unreadable_.count(id) == 0) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void VRNUploader::retryUploadOperations() {

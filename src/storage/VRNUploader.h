@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -16,6 +17,7 @@ namespace vorna {
 
 class VRNAPIProtocol;
 class VRNAppRepository;
+class VRNDeliveryLedger;
 class VRNRunLoop;
 class VRNTimer;
 class VRNVornaUploadOperation;
@@ -35,6 +37,7 @@ public:
         std::shared_ptr<VRNRunLoop> runLoop;                  // none: the main run loop
         VRNNotificationCenter* notificationCenter = nullptr;  // none: the default centre
         std::shared_ptr<VRNAppRepository> appRepository;      // none: the shared repository
+        std::shared_ptr<VRNDeliveryLedger> ledger;            // none: the shared ledger
     };
 
     // initWithFileManager:andApi: — makes the uploader, starts the saved jobs and observes the
@@ -54,6 +57,9 @@ public:
     VRNUploader& operator=(const VRNUploader&) = delete;
 
     void uploadData(std::shared_ptr<VRNVornaReportData> reportData) override;
+    bool takeUpQueuedWork(std::chrono::steady_clock::time_point deadline) override;
+    void startRoundIfIdle() override;
+    bool hasUndeliveredReports() override;
     void startUnsentJobs();
     void startUploadOperationWithReportData(std::shared_ptr<VRNVornaReportData> reportData,
                                             const std::optional<std::string>& jobId);
@@ -73,15 +79,19 @@ private:
     void operationFinished(VRNVornaUploadOperation& operation,
                            const std::optional<std::string>& jobId);
     void cancelTimer();
+    void dropAllSavedReports(const std::optional<std::string>& unsavedInFlight);
 
     std::shared_ptr<VRNFileManagerProtocol> fileManager_;
     std::shared_ptr<VRNAPIProtocol> api_;
     std::shared_ptr<VRNRunLoop> runLoop_;
     VRNNotificationCenter& center_;
     std::shared_ptr<VRNAppRepository> appRepository_;
+    std::shared_ptr<VRNDeliveryLedger> ledger_;
     std::atomic<size_t> operationCount_{0};
     mutable std::mutex mutex_;
     std::shared_ptr<VRNTimer> timer_;
+    // Saved reports that could not be read back: they stay on disk, but nobody waits for them.
+    std::set<std::string> unreadable_;
     // Their observers hold the uploader weakly: nothing they reach goes before them.
     std::vector<VRNNotificationCenter::Subscription> observers_;
     // Last, so that it is joined first: no queued work outlives the members above.

@@ -18,7 +18,7 @@
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
 #include "theme/VRNBranding.h"
-#include "vorna/Vorna.h"
+#include "core/VRNVornaInstance.h"
 
 namespace vorna {
 namespace {
@@ -37,7 +37,7 @@ protected:
         repository = std::make_shared<VRNAppRepository>(store);
         connection = std::make_shared<VRNConnection>(std::make_unique<FakeReachability>(network),
                                                      loop, center);
-        VRNVorna::Dependencies deps;
+        VRNVornaInstance::Dependencies deps;
         deps.api = api;
         deps.appRepository = repository;
         deps.connection = connection;
@@ -47,7 +47,7 @@ protected:
         deps.makeCoordinator = [this](VRNCoordinatorContext context) {
             return makeCoordinator ? makeCoordinator(std::move(context)) : nullptr;
         };
-        vorna = std::make_shared<VRNVorna>(std::move(deps));
+        vorna = std::make_shared<VRNVornaInstance>(std::move(deps));
         vorna->setStarter(std::make_shared<VRNStarter>(api));
     }
     void TearDown() override {
@@ -68,8 +68,8 @@ protected:
     std::shared_ptr<VRNKeyValueStore> store;
     std::shared_ptr<VRNAppRepository> repository;
     std::shared_ptr<VRNConnection> connection;
-    std::shared_ptr<VRNVorna> vorna;
-    VRNVorna::CoordinatorFactory makeCoordinator;
+    std::shared_ptr<VRNVornaInstance> vorna;
+    VRNVornaInstance::CoordinatorFactory makeCoordinator;
 };
 
 TEST_F(VRNVornaTest, FailedAuthorizationRetriesAfterDoublingDelays) {

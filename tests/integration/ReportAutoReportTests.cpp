@@ -20,7 +20,7 @@
 #include "support/KitGlobals.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
-#include "vorna/Vorna.h"
+#include "core/VRNVornaInstance.h"
 #include "vorna/VornaReportData.h"
 
 namespace vorna {
@@ -41,7 +41,7 @@ protected:
         VRNSandbox::setDirectory(dir / "sandbox");
 
         api = std::make_shared<VRNAPI>(backend.baseUrl(), loop);
-        VRNVorna::Dependencies deps;
+        VRNVornaInstance::Dependencies deps;
         deps.api = api;
         deps.appRepository = repository;
         deps.connection = std::make_shared<VRNConnection>(
@@ -59,7 +59,7 @@ protected:
                                                         uploaderDeps);
             return uploader;
         };
-        kit = std::make_shared<VRNVorna>(std::move(deps));
+        kit = std::make_shared<VRNVornaInstance>(std::move(deps));
         kit->setStarter(std::make_shared<VRNStarter>(api));
     }
     void TearDown() override {
@@ -92,7 +92,7 @@ protected:
     std::shared_ptr<VRNFileManager> store = std::make_shared<VRNFileManager>(dir / "Documents");
     std::shared_ptr<VRNAPI> api;
     std::shared_ptr<VRNUploader> uploader;
-    std::shared_ptr<VRNVorna> kit;
+    std::shared_ptr<VRNVornaInstance> kit;
 };
 
 TEST_F(AutoReportAgainstBackend, AuthorizationSendsLeftoversThenAnAutoReportArrivesWhole) {

@@ -20,7 +20,7 @@
 #include "support/KitGlobals.h"
 #include "support/LogCapture.h"
 #include "support/TempDir.h"
-#include "vorna/Vorna.h"
+#include "core/VRNVornaInstance.h"
 
 namespace vorna {
 namespace {
@@ -44,7 +44,7 @@ protected:
     }
     void makeKit() {
         api = std::make_shared<VRNAPI>(backend.baseUrl(), loop);
-        VRNVorna::Dependencies deps;
+        VRNVornaInstance::Dependencies deps;
         deps.api = api;
         deps.appRepository = repository;
         deps.connection = std::make_shared<VRNConnection>(
@@ -52,7 +52,7 @@ protected:
         deps.runLoop = loop;
         deps.notificationCenter = &center;
         deps.makeFileManager = [this] { return reportStore; };
-        vorna = std::make_shared<VRNVorna>(std::move(deps));
+        vorna = std::make_shared<VRNVornaInstance>(std::move(deps));
         vorna->setStarter(std::make_shared<VRNStarter>(api));
     }
     bool sawEnabledAnswer() {
@@ -71,7 +71,7 @@ protected:
     std::shared_ptr<VRNAppRepository> repository = std::make_shared<VRNAppRepository>(
         std::make_shared<VRNKeyValueStore>(dir / "defaults.sqlite"));
     std::shared_ptr<VRNAPI> api;
-    std::shared_ptr<VRNVorna> vorna;
+    std::shared_ptr<VRNVornaInstance> vorna;
 };
 
 TEST_F(StartupAgainstBackend, AuthorizesRegistersThenChecksTheApplication) {

@@ -3,11 +3,10 @@
 //   vorna-report [--info-plist PATH] [--description TEXT] [--attach FILE]... [--delay SECONDS]
 //                [--timeout SECONDS]
 //
-// It starts the kit, waits for the kit to be authorized (and --delay seconds more, so that the
-// black box has a history to send), sends an auto-report (with the white
-// placeholder screenshot, as reports without screens carry) and the files given, and exits 0
-// once the upload round has ended with every saved report accepted — or 1 after the time-out,
-// saying what it was still waiting for.
+// It starts the kit, waits --delay seconds (so that the black box has a history to send), sends
+// an auto-report (with the white placeholder screenshot, as reports without screens carry) and
+// the files given, and waits for delivery: it exits 0 once the backend has accepted every saved
+// report, or 1 after the time-out or when the backend archived the application.
 #include <vorna/Vorna.h>
 #include <vorna/VornaReportData.h>
 
@@ -21,10 +20,6 @@
 #include <vector>
 
 namespace {
-
-std::atomic<bool> authorized{false};
-std::atomic<bool> accepted{false};
-std::atomic<bool> archived{false};
 
 void usage(const char* program) {
     std::fprintf(stderr,
@@ -69,13 +64,15 @@ int main(int argc, char** argv) {
         const double t =
             std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
         std::fprintf(stderr, "[%7.3f] %s\n", t, line.c_str());
-        if (line == "Authentication succeeded") {
-            authorized = true;
-        } else if (line == "VRNUploader: All upload operations completed succesfully") {
-            accepted = true;
-        } else if (line == "VRNVorna: Application is archived." ||
-                   line.rfind("VRNUploader: Upload failed, application archived", 0) == 0) {
-            archived = true;
+    });
+    std::atomic<int> dropped{0};
+    const auto observation = vorna::VRNVorna::observeDelivery([&](const vorna::VRNDelivery& d) {
+        const bool accepted = d.outcome == vorna::VRNDeliveryOutcome::Accepted;
+        std::fprintf(stderr, "vorna-report: report %s %s\n",
+                     d.reportId.empty() ? "(unsaved)" : d.reportId.c_str(),
+                     accepted ? "accepted by the backend" : "dropped: the application is archived");
+        if (!accepted) {
+            ++dropped;
         }
     });
 
@@ -86,29 +83,17 @@ int main(int argc, char** argv) {
             return data;
         });
     vorna::VRNVorna::start();
-
-    auto deadline = begin + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                                std::chrono::duration<double>(timeout));
-    auto waitFor = [&](const std::atomic<bool>& flag) {
-        while (!flag && !archived && std::chrono::steady_clock::now() < deadline) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return flag.load();
-    };
-    if (!waitFor(authorized)) {
-        std::fprintf(stderr, "vorna-report: %s\n",
-                     archived ? "the backend has archived this application; nothing was sent"
-                              : "the kit was not authorized before the time-out; the report was "
-                                "not sent (is the backend running, are the credentials right?)");
-        return 1;
-    }
     std::this_thread::sleep_for(std::chrono::duration<double>(delaySeconds));
     vorna::VRNVorna::autoReportWithDescription(description);
-    if (!waitFor(accepted)) {
+
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        std::chrono::duration<double>(timeout) - (std::chrono::steady_clock::now() - begin));
+    if (!vorna::VRNVorna::waitForDelivery(left)) {
         std::fprintf(stderr, "vorna-report: %s\n",
-                     archived ? "the backend has archived this application; the report was dropped"
-                              : "the backend did not accept the report before the time-out; it "
-                                "stays saved and goes out at the next start");
+                     dropped > 0 ? "the backend has archived this application; the report was dropped"
+                                 : "the backend did not accept the report before the time-out (is "
+                                   "it running, are the credentials right?); it stays saved and "
+                                   "goes out at the next start");
         return 1;
     }
     std::printf("vorna-report: the backend accepted the report\n");

@@ -14,6 +14,10 @@ namespace vorna {
 
 bool VRNVornaInstance::performWaitForDelivery(std::chrono::milliseconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + std::max(timeout, {});
+    if (timeout <= std::chrono::milliseconds(0)) {
+        return !hasUndeliveredReports();
+    }
+    const uint64_t droppedBefore = ledger_->droppedCount();
     // Reports handed to the kit before the call are first in line on the main loop.
     const auto loop = mainLoop();
     if (!loop->isCurrent()) {
@@ -42,29 +46,28 @@ bool VRNVornaInstance::performWaitForDelivery(std::chrono::milliseconds timeout)
         std::lock_guard lock(mutex_);
         ++waiters_;
     }
-    const uint64_t droppedBefore = ledger_->droppedCount();
     if (pipeline && appRepository_->clientAuthorized()) {
         pipeline->startRoundIfIdle();
     }
-    const bool settled = ledger_->waitUntil(
-        [this] {
-            std::shared_ptr<VRNUploaderProtocol> current;
-            {
-                std::lock_guard lock(mutex_);
-                current = uploader_;
-            }
-            if (current) {
-                return !current->hasUndeliveredReports();
-            }
-            const auto store = fileManager();
-            return !store || store->savedReports().empty();
-        },
-        deadline);
+    const bool settled = ledger_->waitUntil([this] { return !hasUndeliveredReports(); }, deadline);
     {
         std::lock_guard lock(mutex_);
         --waiters_;
     }
     return settled && ledger_->droppedCount() == droppedBefore;
+}
+
+bool VRNVornaInstance::hasUndeliveredReports() {
+    std::shared_ptr<VRNUploaderProtocol> current;
+    {
+        std::lock_guard lock(mutex_);
+        current = uploader_;
+    }
+    if (current) {
+        return current->hasUndeliveredReports();
+    }
+    const auto store = fileManager();
+    return store && !store->savedReports().empty();
 }
 
 void VRNVornaInstance::dropAllSavedReports() {

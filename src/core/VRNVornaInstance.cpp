@@ -60,9 +60,6 @@ VRNVornaInstance::VRNVornaInstance(Dependencies deps)
 }
 
 VRNVornaInstance::~VRNVornaInstance() {
-    for (auto token : observers_) {
-        center_.removeObserver(token);
-    }
     cancelTimer();
 }
 
@@ -234,13 +231,13 @@ void VRNVornaInstance::registerApplication() {
 
 void VRNVornaInstance::addObservers() {
     const std::weak_ptr<VRNVornaInstance> weak = weak_from_this();
-    const auto foreground = center_.addObserver(VRNApplicationWillEnterForegroundNotification, weak,
-                                                &VRNVornaInstance::appWillEnterForeground);
-    const auto background = center_.addObserver(VRNApplicationDidEnterBackgroundNotification, weak,
-                                                &VRNVornaInstance::appDidEnterBackground);
+    auto foreground = center_.subscribe(VRNApplicationWillEnterForegroundNotification, weak,
+                                        &VRNVornaInstance::appWillEnterForeground);
+    auto background = center_.subscribe(VRNApplicationDidEnterBackgroundNotification, weak,
+                                        &VRNVornaInstance::appDidEnterBackground);
     std::lock_guard lock(mutex_);
-    observers_.push_back(foreground);
-    observers_.push_back(background);
+    observers_.push_back(std::move(foreground));
+    observers_.push_back(std::move(background));
 }
 
 void VRNVornaInstance::appWillEnterForeground() {

@@ -98,6 +98,7 @@ private:
     void cancelTimer();
     void authorized();
     void dropAllSavedReports();
+    bool hasUndeliveredReports();
 
     std::shared_ptr<VRNAPIProtocol> api_;
     std::shared_ptr<VRNAppRepository> appRepository_;
@@ -117,7 +118,7 @@ private:
     std::shared_ptr<VRNUploaderProtocol> uploader_;
     std::shared_ptr<VRNFileManagerProtocol> fileManager_;
     std::shared_ptr<VRNTimer> timer_;
-    std::vector<VRNNotificationCenter::Token> observers_;
+    std::vector<VRNNotificationCenter::Subscription> observers_;
     // Threads in waitForDelivery: a successful authorization then starts a round for them.
     int waiters_ = 0;
     bool invocationsStarted_ = false;  // main loop only

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <future>
+#include <set>
 
 #include "api/VRNAPI.h"
 #include "connectivity/VRNConnection.h"
@@ -13,6 +15,7 @@
 #include "platform/loop/VRNVirtualRunLoop.h"
 #include "state/VRNAppRepository.h"
 #include "state/VRNConstants.h"
+#include "storage/VRNDeliveryLedger.h"
 #include "storage/VRNFileManager.h"
 #include "storage/VRNUploader.h"
 #include "support/BackendProcess.h"
@@ -48,6 +51,7 @@ protected:
             std::make_unique<test::FakeReachability>(network), loop, center);
         deps.runLoop = loop;
         deps.notificationCenter = &center;
+        deps.ledger = ledger;
         deps.makeFileManager = [this] { return store; };
         deps.makeUploader = [this](std::shared_ptr<VRNFileManagerProtocol> fileManager,
                                    std::shared_ptr<VRNAPIProtocol> client) {
@@ -55,6 +59,7 @@ protected:
             uploaderDeps.runLoop = loop;
             uploaderDeps.notificationCenter = &center;
             uploaderDeps.appRepository = repository;
+            uploaderDeps.ledger = ledger;
             uploader = VRNUploader::initWithFileManager(std::move(fileManager), std::move(client),
                                                         uploaderDeps);
             return uploader;
@@ -73,6 +78,27 @@ protected:
         VRNBundle::setMainBundle(nullptr);
         test::resetKitGlobals();
     }
+    // Waits for delivery on another thread, the way a host does, while this thread runs the
+    // kit's main loop.
+    bool waitForDelivery(std::chrono::milliseconds timeout, const std::function<void()>& meanwhile = {}) {
+        auto waited = std::async(std::launch::async,
+                                 [this, timeout] { return kit->performWaitForDelivery(timeout); });
+        if (meanwhile) {
+            meanwhile();
+        }
+        loop->drainUntil([&] {
+            return waited.wait_for(std::chrono::milliseconds(0)) == std::future_status::ready;
+        });
+        return waited.get();
+    }
+    void saveLeftover(const std::string& description) {
+        auto leftover = std::make_shared<VRNVornaReportData>(VRNVornaReportData::Empty{});
+        leftover->setGatheredDataDict(VRNGatheredDataDict{{kVRNUserInput, description}});
+        leftover->setScreenshotFile(std::make_shared<VRNVornaFile>(std::string("screenshot.jpg"),
+                                                                   VRNEmptyScreenshotJPEG()));
+        ASSERT_TRUE(store->saveDataForReportData(leftover));
+    }
+
     bool delivered(size_t count) {
         return loop->drainUntil([&] {
             return backend.reports().size() == count && store->savedReports().empty() &&
@@ -90,6 +116,7 @@ protected:
     std::shared_ptr<VRNAppRepository> repository = std::make_shared<VRNAppRepository>(
         std::make_shared<VRNKeyValueStore>(dir / "defaults.sqlite"));
     std::shared_ptr<VRNFileManager> store = std::make_shared<VRNFileManager>(dir / "Documents");
+    std::shared_ptr<VRNDeliveryLedger> ledger = std::make_shared<VRNDeliveryLedger>();
     std::shared_ptr<VRNAPI> api;
     std::shared_ptr<VRNUploader> uploader;
     std::shared_ptr<VRNVornaInstance> kit;
@@ -173,6 +200,71 @@ TEST_F(AutoReportAgainstBackend, AReportMadeBeforeAuthorizationWaitsOnDiskForIt)
     center.post(VRNApplicationWillEnterForegroundNotification);
     ASSERT_TRUE(delivered(1));
     EXPECT_EQ(backend.reports()[0]["description"], "before the token");
+}
+
+TEST_F(AutoReportAgainstBackend, WaitingGetsReportsMadeBeforeAuthorizationOutAndNamesEachOne) {
+    std::mutex mutex;
+    std::vector<VRNDelivery> deliveries;
+    const auto token = ledger->addObserver([&](const VRNDelivery& delivery) {
+        std::lock_guard lock(mutex);
+        deliveries.push_back(delivery);
+    });
+    repository->setClientAuthorized(false);
+    for (const char* text : {"one", "two", "three"}) {
+        kit->performAutoReport(false, std::string(text));
+    }
+    ASSERT_TRUE(loop->drainUntil([&] {
+        return log.count("VRNUploader - Will not start upload, client is not authorized") == 3;
+    }));
+    EXPECT_FALSE(kit->performWaitForDelivery(std::chrono::milliseconds(0)))
+        << "a zero time-out only looks, and three reports wait";
+    EXPECT_FALSE(kit->performWaitForDelivery(std::chrono::milliseconds(-5)));
+
+    // Without the wait they would stay until the next start, foreground or report.
+    EXPECT_TRUE(waitForDelivery(std::chrono::seconds(20), [&] { kit->authorizeVorna(); }));
+    EXPECT_EQ(backend.reports().size(), 3u);
+    EXPECT_TRUE(store->savedReports().empty());
+    ledger->removeObserver(token);
+    std::lock_guard lock(mutex);
+    ASSERT_EQ(deliveries.size(), 3u);
+    std::set<std::string> ids;
+    for (const auto& delivery : deliveries) {
+        EXPECT_EQ(delivery.outcome, VRNDeliveryOutcome::Accepted);
+        EXPECT_TRUE(log.contains("VRNUploader: Uploaded succesfully, removing job id " +
+                                 delivery.reportId));
+        ids.insert(delivery.reportId);
+    }
+    EXPECT_EQ(ids.size(), 3u);
+    EXPECT_TRUE(kit->performWaitForDelivery(std::chrono::milliseconds(0)))
+        << "nothing is left to wait for";
+}
+
+TEST_F(AutoReportAgainstBackend, AnArchivedApplicationDropsEachSavedReportAndTheWaitSaysSo) {
+    kit->authorizeVorna();
+    ASSERT_TRUE(loop->drainUntil([&] { return log.contains("VRNUploader: No saved offline jobs"); }));
+    backend.archive(kBundleId);
+    saveLeftover("first");
+    saveLeftover("second");
+    const auto saved = store->savedReports();
+
+    std::mutex mutex;
+    std::vector<VRNDelivery> deliveries;
+    const auto token = ledger->addObserver([&](const VRNDelivery& delivery) {
+        std::lock_guard lock(mutex);
+        deliveries.push_back(delivery);
+    });
+    EXPECT_FALSE(waitForDelivery(std::chrono::seconds(20)));
+    ledger->removeObserver(token);
+    EXPECT_TRUE(backend.reports().empty());
+    EXPECT_TRUE(store->savedReports().empty());
+    std::lock_guard lock(mutex);
+    ASSERT_EQ(deliveries.size(), 2u) << "each report is named once, though both uploads fail";
+    std::set<std::string> dropped;
+    for (const auto& delivery : deliveries) {
+        EXPECT_EQ(delivery.outcome, VRNDeliveryOutcome::Dropped);
+        dropped.insert(delivery.reportId);
+    }
+    EXPECT_EQ(dropped, std::set<std::string>(saved.begin(), saved.end()));
 }
 
 }  // namespace

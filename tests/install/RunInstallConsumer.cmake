@@ -44,6 +44,15 @@ execute_process(COMMAND ${WORK_DIR}/build/vorna_consumer RESULT_VARIABLE rc OUTP
 if(NOT rc EQUAL 0 OR NOT out MATCHES "consumer ok")
     message(FATAL_ERROR "the consumer did not run: ${rc} ${out}")
 endif()
+if(BACKEND)
+    execute_process(COMMAND sh ${SOURCE_DIR}/tests/install/RunHeadlessHost.sh ${BACKEND}
+                            ${WORK_DIR}/build/vorna_headless_host ${WORK_DIR}/headless
+                    RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
+    message(STATUS "${out}")
+    if(NOT rc EQUAL 0)
+        message(FATAL_ERROR "the installed headless host failed: ${rc}\n${out}\n${err}")
+    endif()
+endif()
 if(EXISTS ${WORK_DIR}/build/vorna_qt_consumer)
     run_qt_host(${WORK_DIR}/build/vorna_qt_consumer "built with CMake")
 elseif(EXPECT_QT)

@@ -14,7 +14,7 @@ PACKAGES=(
   libcpp-httplib-dev libssl-dev zlib1g-dev libbrotli-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   shared-mime-info
-  iproute2 procps curl
+  iproute2 procps curl python3
   qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-sensors-dev libgl-dev
   qt6-qpa-plugins libxkbcommon-dev
   fonts-inter

@@ -18,8 +18,9 @@
 
 namespace {
 
-std::mutex mutex;
-std::set<std::string> lines;
+// Never destroyed: the kit's threads may still log while the process exits.
+std::mutex& mutex = *new std::mutex;
+std::set<std::string>& lines = *new std::set<std::string>;
 
 bool waitForLine(const std::string& line, std::chrono::seconds timeout) {
     const auto deadline = std::chrono::steady_clock::now() + timeout;

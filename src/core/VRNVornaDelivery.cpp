@@ -75,12 +75,7 @@ void VRNVornaInstance::dropAllSavedReports() {
     if (!store) {
         return;
     }
-    // Listed first, so that delivery observers hear of each report the deletion drops.
-    const auto dropped = store->savedReports();
-    store->deleteAllLocalReportData();
-    for (const auto& id : dropped) {
-        ledger_->reportDropped(id);
-    }
+    ledger_->dropAllSaved(*store);
     ledger_->changed();
 }
 

@@ -1,5 +1,7 @@
 #include "storage/VRNDeliveryLedger.h"
 
+#include "storage/VRNFileManagerProtocol.h"
+
 namespace vorna {
 
 const std::shared_ptr<VRNDeliveryLedger>& VRNDeliveryLedger::shared() {
@@ -33,6 +35,14 @@ void VRNDeliveryLedger::reportDropped(const std::string& reportId) {
         ++dropped_;
     }
     tell({reportId, VRNDeliveryOutcome::Dropped});
+}
+
+void VRNDeliveryLedger::dropAllSaved(VRNFileManagerProtocol& store) {
+    const auto dropped = store.savedReports();
+    store.deleteAllLocalReportData();
+    for (const auto& id : dropped) {
+        reportDropped(id);
+    }
 }
 
 void VRNDeliveryLedger::tell(const VRNDelivery& delivery) {

@@ -17,6 +17,8 @@ namespace vorna {
 // Where the upload pipeline tells what became of each saved report, for the host's delivery
 // observers and for threads waiting until nothing is left to send. Process-wide: the shared
 // instance serves the host's calls; tests make their own.
+class VRNFileManagerProtocol;
+
 class VRNDeliveryLedger {
 public:
     static const std::shared_ptr<VRNDeliveryLedger>& shared();
@@ -29,6 +31,9 @@ public:
     // Told by the pipeline. Each wakes the waiters.
     void reportAccepted(const std::string& reportId);
     void reportDropped(const std::string& reportId);
+    // Deletes every saved report of the store (the application is archived) and names each one
+    // as dropped; the ids are listed first, since the store forgets them with the files.
+    void dropAllSaved(VRNFileManagerProtocol& store);
     // Something else a waiter may be waiting for happened: a round ended, the kit was
     // authorized.
     void changed();

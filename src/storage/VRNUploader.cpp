@@ -151,15 +151,10 @@ void VRNUploader::dropAllSavedReports(const std::optional<std::string>& unsavedI
     if (!fileManager_) {
         return;
     }
-    // Listed first: the store forgets the ids with the files, and the host is told each one.
-    const auto dropped = fileManager_->savedReports();
-    fileManager_->deleteAllLocalReportData();
+    ledger_->dropAllSaved(*fileManager_);
     {
         std::lock_guard lock(mutex_);
         unreadable_.clear();
-    }
-    for (const auto& id : dropped) {
-        ledger_->reportDropped(id);
     }
     if (unsavedInFlight) {
         ledger_->reportDropped(*unsavedInFlight);

@@ -162,8 +162,10 @@ void KitApi::application(const Request& req, Response& res) {
                       {"registered", app && app->registered}});
         return;
     }
-    const bool created = store_.registerApplication(bundleId, stringMember(*body, "os"),
-                                                    stringMember(*body, "platform"));
+    const bool created =
+        store_.registerApplication(bundleId, stringMember(*body, "os"),
+                                   stringMember(*body, "platform"),
+                                   caller->info.clientId) == Store::Registration::Created;
     const auto app = store_.findApplication(bundleId);
     sendJson(res, 200,
              json{{"bundle_id", bundleId},
@@ -205,7 +207,7 @@ void KitApi::receiveReport(const Request& req, Response& res) {
     }
     if (!app) {
         store_.registerApplication(bundleId, stringMember(*document, "os"),
-                                   stringMember(*document, "platform"));
+                                   stringMember(*document, "platform"), caller->info.clientId);
     }
     store_.setTokenApplication(caller->token, bundleId);
     Store::Report report;

@@ -90,15 +90,19 @@ void ReportViewer::serveFile(const Request& req, Response& res) {
 }
 
 void ReportViewer::reportsPage(const Request& req, Response& res) {
-    const auto reports = store_.reports(sizeParam(req, "limit", kDefaultPageReports),
-                                        req.get_param_value("bundle_id"));
+    Store::ReportQuery query;
+    query.bundleId = req.get_param_value("bundle_id");
+    query.limit = sizeParam(req, "limit", kDefaultPageReports);
+    const auto reports = store_.reports(query);
     res.status = 200;
     res.set_content(ReportPage::render(reports), "text/html; charset=utf-8");
 }
 
 void ReportViewer::reportsJson(const Request& req, Response& res) {
-    const auto reports = store_.reports(sizeParam(req, "limit", kDefaultListReports),
-                                        req.get_param_value("bundle_id"));
+    Store::ReportQuery query;
+    query.bundleId = req.get_param_value("bundle_id");
+    query.limit = sizeParam(req, "limit", kDefaultListReports);
+    const auto reports = store_.reports(query);
     json list = json::array();
     for (const auto& report : reports) {
         json entry = {{"id", report.id},

@@ -88,7 +88,7 @@ int main(int argc, char** argv) {
     const auto databaseFile = dataDir / "vorna-backend.sqlite3";
     std::unique_ptr<Store> store;
     try {
-        store = Store::open(databaseFile);
+        store = Store::open(databaseFile.string());
     } catch (const StoreError& e) {
         return fail("cannot use the database " + databaseFile.string() + ": " + e.what() +
                     "\nMove the file away to start with an empty one.");

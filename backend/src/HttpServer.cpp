@@ -88,6 +88,7 @@ public:
     void beginRequest() {
         rawHead_.clear();
         capturing_ = true;
+        headComplete_ = false;
         dropped_ = false;
         note.clear();
         recorded = false;
@@ -96,6 +97,10 @@ public:
         streamedBodyComplete = false;
         requestStart_ = std::chrono::steady_clock::now();
     }
+
+    // False when the request's head never ended with its blank line: httplib refused it, and
+    // what follows on the connection cannot be told apart from a new request.
+    bool headComplete() const { return headComplete_; }
 
     bool is_readable() const override {
         return pos_ < len_ || waitFor(fd_, POLLIN, readSec_, readUsec_);
@@ -174,6 +179,7 @@ private:
             rawHead_.push_back(ptr[i]);
             if (rawHead_.size() >= 4 && rawHead_.compare(rawHead_.size() - 4, 4, "\r\n\r\n") == 0) {
                 capturing_ = false;
+                headComplete_ = true;
             } else if (rawHead_.size() > 1024 * 1024) {
                 capturing_ = false;  // httplib refuses such a head anyway
             }
@@ -189,6 +195,7 @@ private:
     std::size_t pos_ = 0;
     std::size_t len_ = 0;
     bool capturing_ = false;
+    bool headComplete_ = false;
 };
 
 }  // namespace
@@ -242,7 +249,7 @@ bool HttpServer::process_and_close_socket(socket_t sock) {
         bool closed = false;
         ok = process_request(stream, left == 1 || stopRequested(), closed, hideContentType);
         tCurrent = nullptr;
-        if (!ok || closed || stream.dropped()) {
+        if (!ok || closed || stream.dropped() || !stream.headComplete()) {
             break;
         }
     }

@@ -1,6 +1,5 @@
 #include "KitApi.h"
 
-#include <algorithm>
 #include <string_view>
 #include <utility>
 
@@ -15,37 +14,14 @@ using httplib::Request;
 using httplib::Response;
 using nlohmann::json;
 
-// Form fields of a token request, split on '&' and '=' only: clients put the id and secret
-// in as they stand.
-std::vector<std::pair<std::string, std::string>> formFields(std::string_view body) {
-    std::vector<std::pair<std::string, std::string>> fields;
-    while (!body.empty()) {
-        const std::size_t amp = body.find('&');
-        const std::string_view pair = body.substr(0, amp);
-        const std::size_t equals = pair.find('=');
-        fields.emplace_back(std::string(pair.substr(0, equals)),
-                            equals == std::string_view::npos
-                                ? std::string()
-                                : std::string(pair.substr(equals + 1)));
-        if (amp == std::string_view::npos) {
-            break;
-        }
-        body.remove_prefix(amp + 1);
-    }
-    return fields;
-}
-
-// A value as sent or percent-decoded: a client that encodes and one that does not both match.
-bool formValueIs(const std::string& sent, const std::string& expected) {
-    return sent == expected || Text::percentDecode(sent, true) == expected ||
-           Text::percentDecode(sent, false) == expected;
-}
-
 }  // namespace
 
 KitApi::KitApi(std::vector<ClientCredentials> clients, bool expireTokens, Store& store,
                RequestGate& gate)
-    : clients_(std::move(clients)), expireTokens_(expireTokens), store_(store), gate_(gate) {}
+    : tokens_(std::move(clients), store, gate),
+      expireTokens_(expireTokens),
+      store_(store),
+      gate_(gate) {}
 
 void KitApi::install(HttpServer& server) {
     const auto route = [this](void (KitApi::*handler)(const Request&, Response&)) {
@@ -53,7 +29,7 @@ void KitApi::install(HttpServer& server) {
             gate_.api(req, res, [&] { (this->*handler)(req, res); });
         };
     };
-    server.Post(R"(/auth/oauth2/token)", route(&KitApi::issueToken));
+    tokens_.install(server);
     server.Post(R"(/api/1\.0/issue_tracking/apps/?)", route(&KitApi::application));
     server.Post(R"(/api/1\.0/issue_tracking/apps/(.+))", route(&KitApi::receiveReport));
     server.Get(R"(/api/1\.0/white-labeling)", route(&KitApi::whiteLabeling));
@@ -87,53 +63,6 @@ std::string KitApi::publicBase(const Request& req) const {
         host = fallbackHost_;
     }
     return "http://" + host;
-}
-
-void KitApi::issueToken(const Request& req, Response& res) {
-    std::optional<std::string> grantType;
-    std::optional<std::string> clientId;
-    std::optional<std::string> clientSecret;
-    for (const auto& [name, value] : formFields(req.body)) {
-        const std::string key = Text::percentDecode(name, true);
-        if (key == "grant_type" && !grantType) {
-            grantType = value;
-        } else if (key == "client_id" && !clientId) {
-            clientId = value;
-        } else if (key == "client_secret" && !clientSecret) {
-            clientSecret = value;
-        }
-    }
-    res.set_header("Cache-Control", "no-store");
-    if (!grantType || !formValueIs(*grantType, "client_credentials")) {
-        sendJson(res, 400,
-                 json{{"error", "unsupported_grant_type"},
-                      {"error_description", "only grant_type=client_credentials is offered"}});
-        return;
-    }
-    if (!clientId || !clientSecret) {
-        sendJson(res, 400,
-                 json{{"error", "invalid_request"},
-                      {"error_description", "client_id and client_secret are required"}});
-        return;
-    }
-    const auto client =
-        std::find_if(clients_.begin(), clients_.end(), [&](const ClientCredentials& c) {
-            return formValueIs(*clientId, c.id) && formValueIs(*clientSecret, c.secret);
-        });
-    if (client == clients_.end()) {
-        res.set_header("WWW-Authenticate", "Basic realm=\"vorna\"");
-        sendJson(res, 401,
-                 json{{"error", "invalid_client"},
-                      {"error_description", "unknown client or wrong secret"}});
-        return;
-    }
-    const std::string token = Text::randomHex(32);
-    const std::int64_t now = Text::nowUnixSeconds();
-    store_.addToken(token, client->id, now, now + kTokenLifetimeSeconds);
-    sendJson(res, 200,
-             json{{"access_token", token},
-                  {"expires_in", kTokenLifetimeSeconds},
-                  {"token_type", "Bearer"}});
 }
 
 void KitApi::application(const Request& req, Response& res) {

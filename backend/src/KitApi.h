@@ -12,6 +12,7 @@
 #include "Options.h"
 #include "RequestGate.h"
 #include "Store.h"
+#include "TokenEndpoint.h"
 
 namespace vorna::backend {
 
@@ -22,10 +23,11 @@ struct Caller {
 };
 
 // The API the kit calls for access tokens, its application, the branding and its reports.
-// The upload of attachments, which streams its body, is UploadReceiver's.
+// The token request is TokenEndpoint's; the upload of attachments, which streams its body, is
+// UploadReceiver's.
 class KitApi {
 public:
-    static constexpr std::int64_t kTokenLifetimeSeconds = 3600;
+    static constexpr std::int64_t kTokenLifetimeSeconds = TokenEndpoint::kTokenLifetimeSeconds;
 
     KitApi(std::vector<ClientCredentials> clients, bool expireTokens, Store& store,
            RequestGate& gate);
@@ -41,12 +43,11 @@ public:
     std::string publicBase(const httplib::Request& req) const;
 
 private:
-    void issueToken(const httplib::Request& req, httplib::Response& res);
     void application(const httplib::Request& req, httplib::Response& res);
     void whiteLabeling(const httplib::Request& req, httplib::Response& res);
     void receiveReport(const httplib::Request& req, httplib::Response& res);
 
-    const std::vector<ClientCredentials> clients_;
+    TokenEndpoint tokens_;
     const bool expireTokens_;
     Store& store_;
     RequestGate& gate_;

@@ -65,6 +65,15 @@ std::string KitApi::publicBase(const Request& req) const {
     return "http://" + host;
 }
 
+bool KitApi::belongsToAnother(const Store::Application& app, const Caller& caller) {
+    return !app.ownerClientId.empty() && app.ownerClientId != caller.info.clientId;
+}
+
+void KitApi::refuseForeign(Response& res, const std::string& bundleId) {
+    sendJson(res, 403,
+             json{{"error", "application registered by another client"}, {"bundle_id", bundleId}});
+}
+
 void KitApi::application(const Request& req, Response& res) {
     const auto caller = authorize(req, res);
     if (!caller) {
@@ -79,11 +88,15 @@ void KitApi::application(const Request& req, Response& res) {
         sendError(res, 400, "\"bundle_id\" is required");
         return;
     }
-    store_.setTokenApplication(caller->token, bundleId);
     const auto checkArchived = body->find("check_archived");
     if (checkArchived != body->end() && checkArchived->is_boolean() && checkArchived->get<bool>()) {
         // The enabled check: 404 is how the kit learns that its application is archived.
         const auto app = store_.findApplication(bundleId);
+        if (app && belongsToAnother(*app, *caller)) {
+            refuseForeign(res, bundleId);
+            return;
+        }
+        store_.setTokenApplication(caller->token, bundleId);
         const bool archived = app && app->archived;
         sendJson(res, archived ? 404 : 200,
                  json{{"bundle_id", bundleId},
@@ -91,16 +104,20 @@ void KitApi::application(const Request& req, Response& res) {
                       {"registered", app && app->registered}});
         return;
     }
-    const bool created =
+    const Store::Registration registration =
         store_.registerApplication(bundleId, stringMember(*body, "os"),
-                                   stringMember(*body, "platform"),
-                                   caller->info.clientId) == Store::Registration::Created;
+                                   stringMember(*body, "platform"), caller->info.clientId);
+    if (registration == Store::Registration::OwnedByAnother) {
+        refuseForeign(res, bundleId);
+        return;
+    }
+    store_.setTokenApplication(caller->token, bundleId);
     const auto app = store_.findApplication(bundleId);
     sendJson(res, 200,
              json{{"bundle_id", bundleId},
                   {"os", app ? app->os : std::string()},
                   {"platform", app ? app->platform : std::string()},
-                  {"created", created},
+                  {"created", registration == Store::Registration::Created},
                   {"archived", app && app->archived}});
 }
 
@@ -125,7 +142,12 @@ void KitApi::receiveReport(const Request& req, Response& res) {
     const std::string bundleId = req.matches[1];
     // The application decides before the content is looked at: an archived application gets
     // 403 whatever it sends.
+    // Another client's application is refused first, so that its state is not told either.
     const auto app = store_.findApplication(bundleId);
+    if (app && belongsToAnother(*app, *caller)) {
+        refuseForeign(res, bundleId);
+        return;
+    }
     if (app && app->archived) {
         sendJson(res, 403, json{{"error", "application archived"}, {"bundle_id", bundleId}});
         return;
@@ -134,9 +156,14 @@ void KitApi::receiveReport(const Request& req, Response& res) {
     if (!document) {
         return;
     }
-    if (!app) {
+    // A report into an application nobody has registered yet registers it for the caller; the
+    // store decides atomically, so of two clients racing for it one gets it.
+    if ((!app || app->ownerClientId.empty()) &&
         store_.registerApplication(bundleId, stringMember(*document, "os"),
-                                   stringMember(*document, "platform"), caller->info.clientId);
+                                   stringMember(*document, "platform"),
+                                   caller->info.clientId) == Store::Registration::OwnedByAnother) {
+        refuseForeign(res, bundleId);
+        return;
     }
     store_.setTokenApplication(caller->token, bundleId);
     Store::Report report;

@@ -42,6 +42,13 @@ public:
     // "http://host:port", as the client reached this backend.
     std::string publicBase(const httplib::Request& req) const;
 
+    // An application belongs to the client that registered it first; one registered by nobody
+    // yet (made by the admin when it archived it) is claimed by the first client that
+    // registers it or reports into it.
+    static bool belongsToAnother(const Store::Application& app, const Caller& caller);
+    // The 403 answer to a client that speaks for another client's application.
+    static void refuseForeign(httplib::Response& res, const std::string& bundleId);
+
 private:
     void application(const httplib::Request& req, httplib::Response& res);
     void whiteLabeling(const httplib::Request& req, httplib::Response& res);

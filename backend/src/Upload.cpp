@@ -117,6 +117,10 @@ private:
             return true;
         }
         const auto app = receiver_.store_.findApplication(*bundleId);
+        if (app && KitApi::belongsToAnother(*app, *caller_)) {
+            KitApi::refuseForeign(res_, *bundleId);
+            return false;
+        }
         if (app && app->archived) {
             sendJson(res_, 403, json{{"error", "application archived"}, {"bundle_id", *bundleId}});
             return false;

@@ -18,7 +18,9 @@ namespace vorna::backend {
 // the application that its access token last registered, checked or reported for. A client
 // registers and checks its application right after it gets its token, so that is the
 // application whose files these are; an upload with a token that has not named an
-// application yet is never refused as archived.
+// application yet is never refused as archived. An upload for an application that another
+// client registered is refused as well, though a token names such an application only when it
+// checked it before the other client registered it.
 class UploadReceiver {
 public:
     UploadReceiver(KitApi& api, Store& store, RequestGate& gate, std::filesystem::path filesDir);

@@ -15,6 +15,7 @@ PACKAGES=(
   libgtest-dev libgmock-dev libbenchmark-dev
   shared-mime-info
   iproute2 procps curl python3
+  python3-requests-oauthlib python3-oauthlib
   qt6-base-dev qt6-base-dev-tools qt6-svg-dev qt6-sensors-dev libgl-dev
   qt6-qpa-plugins libxkbcommon-dev
   fonts-inter

@@ -54,8 +54,8 @@ void Backend::install(HttpServer& server) {
     });
     // The answers the HTTP layer makes before any handler runs (an unreadable request head)
     // have no body; on the token endpoint they get its error form, which OAuth2 clients read.
-    server.set_error_handler(httplib::Server::HandlerWithResponse(
-        [](const Request& req, Response& res) {
+    server.set_error_handler(
+        httplib::Server::HandlerWithResponse([](const Request& req, Response& res) {
             return TokenEndpoint::explainRefusal(req, res)
                        ? httplib::Server::HandlerResponse::Handled
                        : httplib::Server::HandlerResponse::Unhandled;

@@ -51,10 +51,10 @@ TokenEndpoint::TokenEndpoint(std::vector<ClientCredentials> clients, Store& stor
     : clients_(std::move(clients)), store_(store), gate_(gate) {}
 
 void TokenEndpoint::install(HttpServer& server) {
-    server.Post(R"(/auth/oauth2/token)", [this](const Request& req, Response& res,
-                                                const httplib::ContentReader& reader) {
-        receive(req, res, reader);
-    });
+    server.Post(R"(/auth/oauth2/token)",
+                [this](const Request& req, Response& res, const httplib::ContentReader& reader) {
+                    receive(req, res, reader);
+                });
 }
 
 bool TokenEndpoint::explainRefusal(const Request& req, Response& res) {
@@ -117,8 +117,7 @@ void TokenEndpoint::receive(const Request& req, Response& res,
             res.set_header("Connection", "close");
         }
         refuse(res, 413, "invalid_request",
-               "the token request body is larger than " + std::to_string(kMaxBodyBytes) +
-                   " bytes");
+               "the token request body is larger than " + std::to_string(kMaxBodyBytes) + " bytes");
         return;
     }
     RequestGate::guarded(res, [&] { answer(req, body, res); });
@@ -142,7 +141,8 @@ void TokenEndpoint::answer(const Request& req, std::string_view body, Response& 
     std::optional<Credentials::Basic> basic;
     if (req.has_header("Authorization")) {
         if (req.get_header_value_count("Authorization") > 1) {
-            refuse(res, 400, "invalid_request", "the request has more than one Authorization header");
+            refuse(res, 400, "invalid_request",
+                   "the request has more than one Authorization header");
             return;
         }
         Credentials::BasicError error{};
@@ -202,7 +202,8 @@ const ClientCredentials* TokenEndpoint::findClient(std::string_view id,
     const auto secrets = TokenForm::spellings(secret);
     for (const auto& idSpelling : TokenForm::spellings(id)) {
         for (const auto& secretSpelling : secrets) {
-            const ClientCredentials* client = Credentials::find(clients_, idSpelling, secretSpelling);
+            const ClientCredentials* client =
+                Credentials::find(clients_, idSpelling, secretSpelling);
             if (found == nullptr) {
                 found = client;
             }

@@ -14,8 +14,7 @@ constexpr std::size_t kLongestEncodedName = 3 * std::string_view("client_secret"
 
 std::optional<std::string>* slotFor(TokenForm& form, std::string_view name) {
     std::string decoded;
-    if (name.size() <= kLongestEncodedName &&
-        name.find_first_of("%+") != std::string_view::npos) {
+    if (name.size() <= kLongestEncodedName && name.find_first_of("%+") != std::string_view::npos) {
         decoded = Text::percentDecode(name, true);
         name = decoded;
     }

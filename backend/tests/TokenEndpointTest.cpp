@@ -52,8 +52,8 @@ TEST_F(TokenEndpointTest, ClientsAuthenticateByBasicOrByTheFormAndErrorsFollowOA
         {"Basic as it stands", "Basic cmF3K2NsaWVudDpzMytjciV0Lz14", grant, 200, nullptr},
         {"Basic form-encoded", "Basic cmF3JTJCY2xpZW50OnMzJTJCY3IlMjV0JTJGJTNEeA==", grant, 200,
          nullptr},
-        {"Basic and the same client_id", "Basic dGVzdC1jbGllbnQ6dGVzdC1zZWNyZXQ=",
-         grant + "&client_id=test-client", 200, nullptr},
+        {"Basic and the same client_id",
+         "Basic dGVzdC1jbGllbnQ6dGVzdC1zZWNyZXQ=", grant + "&client_id=test-client", 200, nullptr},
         {"form as the kit sends it", nullptr,
          grant + "&client_id=raw+client&client_secret=s3+cr%t/=x", 200, nullptr},
         {"wrong secret", "Basic cmF3K2NsaWVudDp3cm9uZw==", grant, 401, "invalid_client"},
@@ -85,8 +85,9 @@ TEST_F(TokenEndpointTest, ClientsAuthenticateByBasicOrByTheFormAndErrorsFollowOA
         const json body = answer.json();
         if (c.error == nullptr) {
             const std::string token = body.at("access_token");
-            EXPECT_EQ(backend_->request("GET", "/api/1.0/white-labeling", "",
-                                        {{"Authorization", "Bearer " + token}})
+            EXPECT_EQ(backend_
+                          ->request("GET", "/api/1.0/white-labeling", "",
+                                    {{"Authorization", "Bearer " + token}})
                           .status,
                       404)
                 << c.what << ": the token is accepted (no branding is set)";

@@ -51,7 +51,7 @@ void Backend::install(HttpServer& server) {
         }
         sendError(res, 500, "internal error: " + what);
     });
-    server.set_logger(
+    server.onAnswer(
         [this](const Request& req, const Response& res) { recorder_.record(req, res); });
 }
 

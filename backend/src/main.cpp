@@ -2,6 +2,7 @@
 // for its integration tests, and for testers who keep their reports on their own machine.
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <pthread.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -16,6 +17,7 @@
 #include <vector>
 
 #include "Backend.h"
+#include "ConnectionLimits.h"
 #include "HttpServer.h"
 #include "Options.h"
 #include "Store.h"
@@ -27,19 +29,15 @@ using vorna::VRNFileDescriptor;
 using vorna::backend::Backend;
 using vorna::backend::BackendSettings;
 using vorna::backend::ClientCredentials;
+using vorna::backend::ConnectionLimits;
 using vorna::backend::HttpServer;
 using vorna::backend::Options;
 using vorna::backend::Store;
 using vorna::backend::StoreError;
 
-// Each idle keep-alive connection holds one worker, so there are more workers than a client
-// keeps connections open.
-constexpr std::size_t kWorkerThreads = 32;
 // httplib closes a connection after 5 requests by default, which costs clients a new
 // connection (and a Nagle-delayed first segment) every few calls.
 constexpr std::size_t kKeepAliveRequests = 100000;
-constexpr time_t kKeepAliveSeconds = 30;
-constexpr time_t kIoTimeoutSeconds = 30;
 
 int fail(const std::string& message) {
     std::fprintf(stderr, "vorna-backend: %s\n", message.c_str());
@@ -60,6 +58,10 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    // Request bodies and journal entries of this size or more go back to the system when
+    // they are freed. By default glibc raises this threshold after the first such free, and
+    // each of the workers' arenas then keeps the large blocks it once held.
+    ::mallopt(M_MMAP_THRESHOLD, 256 * 1024);
     const std::filesystem::path dataDir = options->dataDir;
     std::error_code ec;
     std::filesystem::create_directories(dataDir / "files", ec);
@@ -103,13 +105,15 @@ int main(int argc, char** argv) {
     pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
 
-    HttpServer server;
-    server.new_task_queue = [] { return new httplib::ThreadPool(kWorkerThreads); };
+    ConnectionLimits limits;
+    limits.headTimeout = options->headTimeout;
+    limits.idleTimeout = options->idleTimeout;
+    limits.keepAliveTimeout = options->keepAliveTimeout;
+    limits.maxConnections = options->maxConnections;
+    limits.workers = options->workers;
+    HttpServer server(limits);
     server.set_tcp_nodelay(true);
     server.set_keep_alive_max_count(kKeepAliveRequests);
-    server.set_keep_alive_timeout(kKeepAliveSeconds);
-    server.set_read_timeout(kIoTimeoutSeconds);
-    server.set_write_timeout(kIoTimeoutSeconds);
     server.set_payload_max_length(options->maxBodyBytes);
 
     BackendSettings settings;

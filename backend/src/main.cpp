@@ -5,11 +5,14 @@
 #include <malloc.h>
 #include <pthread.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -44,6 +47,23 @@ int fail(const std::string& message) {
     return 1;
 }
 
+// The data directory holds client secrets, tokens and testers' reports: only the backend's
+// own user may read it. One made by an older backend, or by hand, is narrowed.
+void keepPrivate(const std::filesystem::path& path, mode_t mode) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0 || (info.st_mode & 077) == 0) {
+        return;
+    }
+    const mode_t was = info.st_mode & 07777;
+    if (::chmod(path.c_str(), mode) == 0) {
+        std::fprintf(stderr, "vorna-backend: %s was open to other users (mode %04o); now %04o\n",
+                     path.c_str(), static_cast<unsigned>(was), static_cast<unsigned>(mode));
+    } else {
+        std::fprintf(stderr, "vorna-backend: %s is open to other users (mode %04o): %s\n",
+                     path.c_str(), static_cast<unsigned>(was), std::strerror(errno));
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -58,6 +78,9 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    // Everything the backend creates (directories, the database, uploaded files) is its
+    // user's alone.
+    ::umask(077);
     // Request bodies and journal entries of this size or more go back to the system when
     // they are freed. By default glibc raises this threshold after the first such free, and
     // each of the workers' arenas then keeps the large blocks it once held.
@@ -68,6 +91,7 @@ int main(int argc, char** argv) {
     if (ec) {
         return fail("cannot create the data directory " + dataDir.string() + ": " + ec.message());
     }
+    keepPrivate(dataDir, 0700);
     // Two backends on one data directory would hand out each other's files.
     const VRNFileDescriptor lock(
         ::open((dataDir / "vorna-backend.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
@@ -88,6 +112,9 @@ int main(int argc, char** argv) {
     }
 
     const auto databaseFile = dataDir / "vorna-backend.sqlite3";
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+        keepPrivate(databaseFile.string() + suffix, 0600);
+    }
     std::unique_ptr<Store> store;
     try {
         store = Store::open(databaseFile);

@@ -1,8 +1,42 @@
 #include "Answers.h"
 
+#include <utility>
+
 namespace vorna::backend {
 
 using nlohmann::json;
+
+namespace {
+
+constexpr std::pair<const char*, const char*> kSecurityHeaders[] = {
+    {"X-Content-Type-Options", "nosniff"},
+    {"X-Frame-Options", "DENY"},
+    {"Referrer-Policy", "no-referrer"},
+    {"Content-Security-Policy",
+     "default-src 'none'; img-src 'self' data:; style-src 'unsafe-inline'; form-action 'self'; "
+     "frame-ancestors 'none'; base-uri 'none'"},
+};
+
+const char* reasonPhrase(int status) {
+    switch (status) {
+        case 400:
+            return "Bad Request";
+        case 408:
+            return "Request Timeout";
+        case 413:
+            return "Payload Too Large";
+        case 414:
+            return "URI Too Long";
+        case 431:
+            return "Request Header Fields Too Large";
+        case 503:
+            return "Service Unavailable";
+        default:
+            return "Error";
+    }
+}
+
+}  // namespace
 
 void sendJson(httplib::Response& res, int status, const json& body) {
     res.status = status;
@@ -31,6 +65,26 @@ std::optional<json> parseJsonBody(const httplib::Request& req, httplib::Response
 std::string stringMember(const json& object, const char* key) {
     const auto it = object.find(key);
     return it != object.end() && it->is_string() ? it->get<std::string>() : std::string();
+}
+
+void addSecurityHeaders(httplib::Response& res) {
+    for (const auto& [name, value] : kSecurityHeaders) {
+        if (!res.has_header(name)) {
+            res.set_header(name, value);
+        }
+    }
+}
+
+std::string closingAnswer(int status, const std::string& message) {
+    const std::string body = json{{"error", message}}.dump();
+    std::string answer =
+        "HTTP/1.1 " + std::to_string(status) + " " + reasonPhrase(status) +
+        "\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) +
+        "\r\nConnection: close\r\n";
+    for (const auto& [name, value] : kSecurityHeaders) {
+        answer += std::string(name) + ": " + value + "\r\n";
+    }
+    return answer + "\r\n" + body;
 }
 
 }  // namespace vorna::backend

@@ -20,4 +20,13 @@ std::optional<nlohmann::json> parseJsonBody(const httplib::Request& req, httplib
 // The member as a string; empty when it is missing or not a string.
 std::string stringMember(const nlohmann::json& object, const char* key);
 
+// Headers that every answer carries, pages, files, JSON and errors alike: nothing is sniffed
+// into another type, framed, given a referrer, or allowed to run script; a page may use inline
+// styles and images of its own origin or data: URLs. A route that sets one of them itself keeps
+// its own value.
+void addSecurityHeaders(httplib::Response& res);
+// A whole answer, {"error": message} with the security headers, after which the connection
+// closes: for refusals made before httplib has a request to answer.
+std::string closingAnswer(int status, const std::string& message);
+
 }  // namespace vorna::backend

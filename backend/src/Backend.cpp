@@ -52,15 +52,7 @@ void Backend::install(HttpServer& server) {
         }
         sendError(res, 500, "internal error: " + what);
     });
-    // The answers the HTTP layer makes before any handler runs (an unreadable request head)
-    // have no body; on the token endpoint they get its error form, which OAuth2 clients read.
-    server.set_error_handler(
-        httplib::Server::HandlerWithResponse([](const Request& req, Response& res) {
-            return TokenEndpoint::explainRefusal(req, res)
-                       ? httplib::Server::HandlerResponse::Handled
-                       : httplib::Server::HandlerResponse::Unhandled;
-        }));
-    server.set_logger(
+    server.onAnswer(
         [this](const Request& req, const Response& res) { recorder_.record(req, res); });
 }
 

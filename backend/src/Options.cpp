@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include <charconv>
+#include <cstdint>
 #include <fstream>
 
 #include "Text.h"
@@ -10,6 +11,9 @@ namespace vorna::backend {
 const char* Options::usage() {
     return "usage: vorna-backend [--host ADDRESS] [--port PORT] [--data-dir DIR]\n"
            "                     [--client ID:SECRET ...] [--expire-tokens] [--max-body-mb N]\n"
+           "                     [--head-timeout DURATION] [--idle-timeout DURATION]\n"
+           "                     [--keep-alive-timeout DURATION] [--max-connections N]\n"
+           "                     [--workers N]\n"
            "\n"
            "  --host ADDRESS     address to listen on (default 127.0.0.1)\n"
            "  --port PORT        port to listen on, 0 for any free port (default 8642)\n"
@@ -19,7 +23,41 @@ const char* Options::usage() {
            "                     With none at all, demo-client:demo-secret is accepted.\n"
            "  --expire-tokens    refuse access tokens after their expires_in (3600 s); by\n"
            "                     default they stay valid, as clients never refresh them\n"
-           "  --max-body-mb N    largest request body in MiB (default 256)\n";
+           "  --max-body-mb N    largest request body in MiB (default 256)\n"
+           "\n"
+           "  What one client may hold (a DURATION is 10s, 1500ms, or seconds):\n"
+           "  --head-timeout DURATION\n"
+           "                     to send a whole request head (default 10s)\n"
+           "  --idle-timeout DURATION\n"
+           "                     longest pause in a body or in taking an answer (default 30s)\n"
+           "  --keep-alive-timeout DURATION\n"
+           "                     an idle connection is closed after this (default 30s)\n"
+           "  --max-connections N\n"
+           "                     connections open at once, 1 to 768 (default 512); past it the\n"
+           "                     one that has waited longest for a request is closed\n"
+           "  --workers N        threads that serve requests, 1 to 256 (default 32)\n";
+}
+
+std::optional<std::chrono::milliseconds> Options::parseDuration(const std::string& text) {
+    std::uint64_t number = 0;
+    const char* end = text.data() + text.size();
+    const auto [unit, ec] = std::from_chars(text.data(), end, number);
+    if (ec != std::errc() || unit == text.data()) {
+        return std::nullopt;
+    }
+    const std::string_view suffix(unit, static_cast<std::size_t>(end - unit));
+    std::uint64_t millis = 0;
+    if (suffix == "ms") {
+        millis = number;
+    } else if ((suffix.empty() || suffix == "s") && number <= 86'400) {
+        millis = number * 1000;
+    } else {
+        return std::nullopt;
+    }
+    if (millis == 0 || millis > 86'400'000) {
+        return std::nullopt;
+    }
+    return std::chrono::milliseconds(millis);
 }
 
 std::optional<ClientCredentials> Options::parseClient(const std::string& text) {
@@ -109,6 +147,35 @@ std::optional<Options> Options::parse(const std::vector<std::string>& args, std:
                 return std::nullopt;
             }
             options.maxBodyBytes = megabytes * 1024 * 1024;
+        } else if (arg == "--head-timeout" || arg == "--idle-timeout" ||
+                   arg == "--keep-alive-timeout") {
+            const auto text = value();
+            if (!text) {
+                return std::nullopt;
+            }
+            const auto duration = parseDuration(*text);
+            if (!duration) {
+                error = arg + " takes a duration such as 10s or 1500ms, not \"" + *text + "\"";
+                return std::nullopt;
+            }
+            (arg == "--head-timeout"   ? options.headTimeout
+             : arg == "--idle-timeout" ? options.idleTimeout
+                                       : options.keepAliveTimeout) = *duration;
+        } else if (arg == "--max-connections" || arg == "--workers") {
+            const auto text = value();
+            if (!text) {
+                return std::nullopt;
+            }
+            const std::size_t most = arg == "--workers" ? 256 : 768;
+            std::size_t count = 0;
+            const auto [end, ec] =
+                std::from_chars(text->data(), text->data() + text->size(), count);
+            if (ec != std::errc() || end != text->data() + text->size() || count == 0 ||
+                count > most) {
+                error = arg + " takes a number from 1 to " + std::to_string(most);
+                return std::nullopt;
+            }
+            (arg == "--workers" ? options.workers : options.maxConnections) = count;
         } else {
             error = "unknown argument \"" + args[i] + "\"";
             return std::nullopt;

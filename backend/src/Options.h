@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <optional>
@@ -21,6 +22,11 @@ struct Options {
     std::vector<ClientCredentials> clients;
     bool expireTokens = false;
     std::size_t maxBodyBytes = std::size_t{256} * 1024 * 1024;
+    std::chrono::milliseconds headTimeout{10'000};
+    std::chrono::milliseconds idleTimeout{30'000};
+    std::chrono::milliseconds keepAliveTimeout{30'000};
+    std::size_t maxConnections = 512;
+    std::size_t workers = 32;
     bool help = false;
 
     static const char* usage();
@@ -30,6 +36,8 @@ struct Options {
     static bool readClientsFile(const std::filesystem::path& file,
                                 std::vector<ClientCredentials>& clients, std::string& error);
     static std::optional<ClientCredentials> parseClient(const std::string& text);
+    // "1500ms", "10s" or "10" (seconds), from 1 ms to a day.
+    static std::optional<std::chrono::milliseconds> parseDuration(const std::string& text);
 };
 
 }  // namespace vorna::backend

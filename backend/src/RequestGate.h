@@ -14,7 +14,8 @@ namespace vorna::backend {
 class RequestRecorder;
 
 // What a request passes before its handler runs: the fault that a test injected for its path,
-// the loopback check of the admin calls, and the 500 answer for a handler that throws.
+// the checks that keep the admin calls to this machine's own clients, and the 500 answer for
+// a handler that throws.
 class RequestGate {
 public:
     RequestGate(FaultInjector& faults, RequestRecorder& recorder);
@@ -28,7 +29,8 @@ public:
         guarded(res, handle);
     }
 
-    // Runs an admin handler for loopback peers only.
+    // Runs an admin handler for a loopback peer that names this machine as Host, comes from
+    // no other origin, and sends a body, if any, as JSON.
     template <typename Handle>
     void admin(const httplib::Request& req, httplib::Response& res, Handle&& handle) {
         if (admitsAdmin(req, res)) {
@@ -54,7 +56,8 @@ public:
                    const FaultInjector::Fault& fault);
 
 private:
-    // False, with a 403 answer set, for a peer that is not on this machine.
+    // False, with a 403 answer set, for a request that does not come from this machine's own
+    // clients.
     bool admitsAdmin(const httplib::Request& req, httplib::Response& res);
     void drop(const httplib::Request& req, httplib::Response& res);
 

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "LogLine.h"
 #include "Text.h"
 
 namespace vorna::backend {
@@ -14,9 +15,12 @@ using httplib::Request;
 using httplib::Response;
 using nlohmann::json;
 
-// Bodies up to this size are kept whole in the journal; of larger ones only the size.
+// Bodies up to this size are kept whole in the journal; of larger ones the size and their
+// first bytes.
 constexpr std::size_t kJournalBodyLimit = 512 * 1024;
-constexpr std::size_t kJournalCapacity = 200;
+constexpr std::size_t kJournalBodyHead = 4 * 1024;
+constexpr std::size_t kJournalEntries = 200;
+constexpr std::size_t kJournalBytes = std::size_t{16} * 1024 * 1024;
 
 // The pages and lists that show what was received, and the admin calls, are not traffic of
 // the kit; the journal leaves them out so that tests see only what their client sent.
@@ -49,14 +53,18 @@ json headerLines(std::string_view head) {
 
 }  // namespace
 
-RequestRecorder::RequestRecorder() : journal_(kJournalCapacity) {}
+RequestRecorder::RequestRecorder() : journal_(kJournalEntries, kJournalBytes) {}
 
 void RequestRecorder::noteBodyPiece(Connection& connection, std::string_view bytes) {
+    std::string& head = connection.streamedBodyHead;
     connection.streamedBodySize += bytes.size();
     if (connection.streamedBodySize <= kJournalBodyLimit) {
-        connection.streamedBodyHead.append(bytes);
+        head.append(bytes);
+    } else if (head.size() > kJournalBodyHead) {
+        head.resize(kJournalBodyHead);
+        head.shrink_to_fit();
     } else {
-        connection.streamedBodyHead.clear();
+        head.append(bytes.substr(0, kJournalBodyHead - head.size()));
     }
 }
 
@@ -84,17 +92,18 @@ void RequestRecorder::record(const Request& req, const Response& res) {
     }
     char timing[32];
     std::snprintf(timing, sizeof timing, "%.1fms", millis);
-    std::string line = Text::nowIso8601() + " " + req.remote_addr + ":" +
-                       std::to_string(req.remote_port) + " \"" + req.method + " " +
-                       req.target.substr(0, 300) + "\" " +
+    // httplib learns the peer only from a request line it could parse.
+    const std::string peer = req.remote_addr.empty() && connection != nullptr
+                                 ? connection->peer()
+                                 : req.remote_addr + ":" + std::to_string(req.remote_port);
+    std::string line = Text::nowIso8601() + " " + peer + " \"" + LogLine::escape(req.method) + " " +
+                       LogLine::escape(std::string_view(req.target).substr(0, 300)) + "\" " +
                        (dropped ? std::string("dropped") : std::to_string(res.status)) + " " +
                        std::to_string(bodySize) + "B " + timing;
     if (connection != nullptr && !connection->note.empty()) {
-        line += " " + connection->note;
+        line += " " + LogLine::escape(connection->note);
     }
-    line += "\n";
-    // One write per line, so that lines of concurrent requests do not mix.
-    std::fputs(line.c_str(), stderr);
+    LogLine::write(std::move(line));
 
     if (isJournaled(req.path)) {
         journal_.add(journalEntry(req, res, connection));
@@ -116,15 +125,27 @@ json RequestRecorder::journalEntry(const Request& req, const Response& res,
     const std::size_t size = streamed ? connection->streamedBodySize : req.body.size();
     entry["body_size"] = size;
     const bool whole = streamed ? connection->streamedBodyComplete : size <= kJournalBodyLimit;
-    if (size > 0 && whole) {
-        const std::string& body = streamed ? connection->streamedBodyHead : req.body;
-        if (Text::isValidUtf8(body)) {
-            entry["body"] = body;
+    const std::string_view body = streamed ? connection->streamedBodyHead : req.body;
+    const auto keep = [&entry](const char* textKey, const char* base64Key, std::string_view bytes) {
+        if (Text::isValidUtf8(bytes)) {
+            entry[textKey] = std::string(bytes);
         } else {
-            entry["body_base64"] = Text::base64(body);
+            entry[base64Key] = Text::base64(bytes);
         }
+    };
+    if (size > 0 && whole) {
+        keep("body", "body_base64", body);
     } else if (size > 0) {
         entry["body_omitted"] = true;
+        // Cut where a character ends, so that a text body's head stays text.
+        std::string_view head = body.substr(0, kJournalBodyHead);
+        for (std::size_t cut = 0; cut < 4 && cut < head.size(); ++cut) {
+            if (Text::isValidUtf8(head.substr(0, head.size() - cut))) {
+                head.remove_suffix(cut);
+                break;
+            }
+        }
+        keep("body_head", "body_head_base64", head);
     }
     const bool dropped = connection != nullptr && connection->dropped();
     entry["dropped"] = dropped;

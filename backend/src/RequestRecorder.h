@@ -16,8 +16,9 @@ class RequestRecorder {
 public:
     RequestRecorder();
 
-    // Writes the request's log line and journal entry, once per request: a dropped
-    // connection is recorded when it is dropped, and not again by the server's logger.
+    // Writes the request's log line and journal entry, once per request, before its answer
+    // is written: a dropped connection is recorded when it is dropped, and not again when
+    // the server finishes its answer.
     void record(const httplib::Request& req, const httplib::Response& res);
     RequestJournal& journal() { return journal_; }
 

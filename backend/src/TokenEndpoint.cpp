@@ -57,26 +57,6 @@ void TokenEndpoint::install(HttpServer& server) {
                 });
 }
 
-bool TokenEndpoint::explainRefusal(const Request& req, Response& res) {
-    if (req.path != kPath || !res.body.empty()) {
-        return false;
-    }
-    markNotCacheable(res);
-    res.set_header("Connection", "close");
-    const int status = res.status;
-    if (status == 400 || status == 431) {
-        refuse(res, status, "invalid_request",
-               "the request head could not be read: a header line is malformed or too long");
-    } else if (status == 413) {
-        refuse(res, status, "invalid_request",
-               "the token request is larger than this backend accepts");
-    } else {
-        refuse(res, status, "invalid_request",
-               "the request could not be read (HTTP status " + std::to_string(status) + ")");
-    }
-    return true;
-}
-
 void TokenEndpoint::receive(const Request& req, Response& res,
                             const httplib::ContentReader& reader) {
     markNotCacheable(res);

@@ -35,11 +35,6 @@ public:
 
     void install(HttpServer& server);
 
-    // For an answer the HTTP layer made before any handler ran (an unreadable request head, a
-    // header line too long): on the token endpoint it becomes an invalid_request answer that
-    // says why. False, and nothing changed, for other paths and for answers with a body.
-    static bool explainRefusal(const httplib::Request& req, httplib::Response& res);
-
 private:
     void receive(const httplib::Request& req, httplib::Response& res,
                  const httplib::ContentReader& reader);

@@ -2,13 +2,17 @@
 // for its integration tests, and for testers who keep their reports on their own machine.
 
 #include <fcntl.h>
+#include <malloc.h>
 #include <pthread.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -16,6 +20,7 @@
 #include <vector>
 
 #include "Backend.h"
+#include "ConnectionLimits.h"
 #include "HttpServer.h"
 #include "Options.h"
 #include "Store.h"
@@ -27,23 +32,36 @@ using vorna::VRNFileDescriptor;
 using vorna::backend::Backend;
 using vorna::backend::BackendSettings;
 using vorna::backend::ClientCredentials;
+using vorna::backend::ConnectionLimits;
 using vorna::backend::HttpServer;
 using vorna::backend::Options;
 using vorna::backend::Store;
 using vorna::backend::StoreError;
 
-// Each idle keep-alive connection holds one worker, so there are more workers than a client
-// keeps connections open.
-constexpr std::size_t kWorkerThreads = 32;
 // httplib closes a connection after 5 requests by default, which costs clients a new
 // connection (and a Nagle-delayed first segment) every few calls.
 constexpr std::size_t kKeepAliveRequests = 100000;
-constexpr time_t kKeepAliveSeconds = 30;
-constexpr time_t kIoTimeoutSeconds = 30;
 
 int fail(const std::string& message) {
     std::fprintf(stderr, "vorna-backend: %s\n", message.c_str());
     return 1;
+}
+
+// The data directory holds client secrets, tokens and testers' reports: only the backend's
+// own user may read it. One made by an older backend, or by hand, is narrowed.
+void keepPrivate(const std::filesystem::path& path, mode_t mode) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0 || (info.st_mode & 077) == 0) {
+        return;
+    }
+    const mode_t was = info.st_mode & 07777;
+    if (::chmod(path.c_str(), mode) == 0) {
+        std::fprintf(stderr, "vorna-backend: %s was open to other users (mode %04o); now %04o\n",
+                     path.c_str(), static_cast<unsigned>(was), static_cast<unsigned>(mode));
+    } else {
+        std::fprintf(stderr, "vorna-backend: %s is open to other users (mode %04o): %s\n",
+                     path.c_str(), static_cast<unsigned>(was), std::strerror(errno));
+    }
 }
 
 }  // namespace
@@ -60,12 +78,20 @@ int main(int argc, char** argv) {
         return 0;
     }
 
+    // Everything the backend creates (directories, the database, uploaded files) is its
+    // user's alone.
+    ::umask(077);
+    // Request bodies and journal entries of this size or more go back to the system when
+    // they are freed. By default glibc raises this threshold after the first such free, and
+    // each of the workers' arenas then keeps the large blocks it once held.
+    ::mallopt(M_MMAP_THRESHOLD, 256 * 1024);
     const std::filesystem::path dataDir = options->dataDir;
     std::error_code ec;
     std::filesystem::create_directories(dataDir / "files", ec);
     if (ec) {
         return fail("cannot create the data directory " + dataDir.string() + ": " + ec.message());
     }
+    keepPrivate(dataDir, 0700);
     // Two backends on one data directory would hand out each other's files.
     const VRNFileDescriptor lock(
         ::open((dataDir / "vorna-backend.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
@@ -86,6 +112,9 @@ int main(int argc, char** argv) {
     }
 
     const auto databaseFile = dataDir / "vorna-backend.sqlite3";
+    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+        keepPrivate(databaseFile.string() + suffix, 0600);
+    }
     std::unique_ptr<Store> store;
     try {
         store = Store::open(databaseFile.string());
@@ -103,13 +132,15 @@ int main(int argc, char** argv) {
     pthread_sigmask(SIG_BLOCK, &stopSignals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
 
-    HttpServer server;
-    server.new_task_queue = [] { return new httplib::ThreadPool(kWorkerThreads); };
+    ConnectionLimits limits;
+    limits.headTimeout = options->headTimeout;
+    limits.idleTimeout = options->idleTimeout;
+    limits.keepAliveTimeout = options->keepAliveTimeout;
+    limits.maxConnections = options->maxConnections;
+    limits.workers = options->workers;
+    HttpServer server(limits);
     server.set_tcp_nodelay(true);
     server.set_keep_alive_max_count(kKeepAliveRequests);
-    server.set_keep_alive_timeout(kKeepAliveSeconds);
-    server.set_read_timeout(kIoTimeoutSeconds);
-    server.set_write_timeout(kIoTimeoutSeconds);
     server.set_payload_max_length(options->maxBodyBytes);
 
     BackendSettings settings;

@@ -60,7 +60,8 @@ TEST_F(BackendTest, FaultsOfOnePathQueueInOrderAndPrefixesMatch) {
     EXPECT_EQ(postJson(report, "{}").status, 200);
 
     const HttpAnswer invalid =
-        backend().request("POST", "/admin/faults", R"({"path":"api/1.0/files","count":1})");
+        backend().request("POST", "/admin/faults", R"({"path":"api/1.0/files","count":1})",
+                          {{"Content-Type", "application/json"}});
     EXPECT_EQ(invalid.status, 400) << "a fault must do something";
 }
 

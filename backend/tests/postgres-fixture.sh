@@ -2,7 +2,7 @@
 # A PostgreSQL server of its own for the backend's tests, from Debian's packages, in a temporary
 # directory, on a free loopback port, with trust authentication for the role "postgres".
 #
-#   postgres-fixture.sh start  STATE_DIR   # initdb and start; writes STATE_DIR/server
+#   postgres-fixture.sh start  STATE_DIR [durable]  # initdb and start; writes STATE_DIR/server
 #   postgres-fixture.sh stop   STATE_DIR   # stop and remove everything
 #   postgres-fixture.sh halt   STATE_DIR   # stop the server, keep its data
 #   postgres-fixture.sh resume STATE_DIR   # start it again on the same port
@@ -11,12 +11,17 @@
 # client program), root (the server's directory). Where no server can be started here, start
 # writes only skip=REASON and exits 77, so that the tests skip with that reason.
 #
-# The server is for tests only: it does not sync to disk.
+# The server is for tests only: it does not sync to disk, unless started "durable" (for
+# measurements, with the server's own defaults for syncing and committing).
 set -euo pipefail
 
 command="${1:?start, stop, halt or resume}"
 state="${2:?the state directory}"
 server_file="$state/server"
+settings="-c fsync=off -c synchronous_commit=off -c full_page_writes=off"
+if [ "${3:-}" = "durable" ]; then
+    settings=""
+fi
 
 skip() {
     mkdir -p "$state"
@@ -43,11 +48,10 @@ free_port() {
         2>/dev/null || echo $((20000 + RANDOM % 40000))
 }
 
-start_server() {  # start_server ROOT BIN PORT
+start_server() {  # start_server ROOT BIN PORT SETTINGS
     as_server_user "$2/pg_ctl" -D "$1/data" -l "$1/server.log" -w -t 60 -s \
-        -o "-p $3 -k $1/socket -c listen_addresses=127.0.0.1 -c fsync=off \
-            -c synchronous_commit=off -c full_page_writes=off -c max_connections=300 \
-            -c shared_buffers=32MB" start
+        -o "-p $3 -k $1/socket -c listen_addresses=127.0.0.1 -c max_connections=300 \
+            -c shared_buffers=32MB $4" start
 }
 
 stop_server() {  # stop_server MODE
@@ -93,7 +97,7 @@ start)
     started=""
     for _ in 1 2 3 4 5; do
         port="$(free_port)"
-        if start_server "$root" "$bin" "$port"; then
+        if start_server "$root" "$bin" "$port" "$settings"; then
             started=1
             break
         fi
@@ -103,8 +107,8 @@ start)
         rm -rf "$root"
         skip "the server did not start: $reason"
     fi
-    printf 'url=postgresql://postgres@127.0.0.1:%s\npsql=%s/psql\nport=%s\n' \
-        "$port" "$bin" "$port" >>"$server_file"
+    printf 'url=postgresql://postgres@127.0.0.1:%s\npsql=%s/psql\nport=%s\nsettings=%s\n' \
+        "$port" "$bin" "$port" "$settings" >>"$server_file"
     echo "postgres-fixture: PostgreSQL $("$bin/postgres" --version | awk '{print $3}') on 127.0.0.1:$port in $root"
     ;;
 stop)
@@ -117,7 +121,7 @@ halt)
     stop_server fast
     ;;
 resume)
-    start_server "$(value root)" "$(value bin)" "$(value port)"
+    start_server "$(value root)" "$(value bin)" "$(value port)" "$(value settings)"
     ;;
 *)
     echo "postgres-fixture: unknown command $command" >&2

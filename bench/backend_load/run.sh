@@ -45,7 +45,8 @@ start_backend() {  # start_backend NAME ARGUMENTS...: sets url
         >"$work/$name.out" 2>"$work/$name.log" &
     pids+=($!)
     for _ in $(seq 600); do
-        url="$(sed -n 's/^vorna-backend listening on //p' "$work/$name.out")"
+        # The shell may not have opened the output file yet.
+        url="$(sed -n 's/^vorna-backend listening on //p' "$work/$name.out" 2>/dev/null || true)"
         [ -n "$url" ] && return 0
         sleep 0.1
     done

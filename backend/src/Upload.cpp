@@ -227,7 +227,14 @@ private:
         file.size = incoming_->size();
         file.clientId = caller_->info.clientId;
         file.uploadedAt = Text::nowIso8601();
-        receiver_.store_.addFile(file);
+        try {
+            receiver_.store_.addFile(file);
+        } catch (...) {
+            // A file the index does not list is never served; the client sends it again.
+            std::error_code ignored;
+            std::filesystem::remove(receiver_.filesDir_ / id_, ignored);
+            throw;
+        }
         return file;
     }
 

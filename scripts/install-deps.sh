@@ -8,6 +8,7 @@ PACKAGES=(
   clang libclang-rt-14-dev
   libcurl4-openssl-dev ca-certificates
   libsqlite3-dev sqlite3
+  libpq-dev postgresql
   nlohmann-json3-dev
   libturbojpeg0-dev
   libplist-dev

@@ -15,8 +15,8 @@ using httplib::Response;
 Backend::Backend(BackendSettings settings, Store& store)
     : gate_(faults_, recorder_),
       kitApi_(std::move(settings.clients), settings.expireTokens, store, gate_),
-      upload_(kitApi_, store, gate_, settings.dataDir / "files"),
-      viewer_(store, settings.dataDir / "files"),
+      upload_(kitApi_, store, gate_, settings.filesDir),
+      viewer_(store, settings.filesDir),
       admin_(store, faults_, recorder_.journal(), gate_) {}
 
 void Backend::install(HttpServer& server) {

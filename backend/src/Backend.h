@@ -20,7 +20,8 @@
 namespace vorna::backend {
 
 struct BackendSettings {
-    std::filesystem::path dataDir;  // uploaded files go to dataDir/files
+    std::filesystem::path dataDir;
+    std::filesystem::path filesDir;  // uploaded files; may be shared with other backends
     std::vector<ClientCredentials> clients;
     bool expireTokens = false;
 };

@@ -4,12 +4,14 @@
 #include <cstdint>
 #include <fstream>
 
+#include "Store.h"
 #include "Text.h"
 
 namespace vorna::backend {
 
 const char* Options::usage() {
     return "usage: vorna-backend [--host ADDRESS] [--port PORT] [--data-dir DIR]\n"
+           "                     [--database URL|FILE] [--files-dir DIR]\n"
            "                     [--client ID:SECRET ...] [--expire-tokens] [--max-body-mb N]\n"
            "                     [--head-timeout DURATION] [--idle-timeout DURATION]\n"
            "                     [--keep-alive-timeout DURATION] [--max-connections N]\n"
@@ -18,6 +20,11 @@ const char* Options::usage() {
            "  --host ADDRESS     address to listen on (default 127.0.0.1)\n"
            "  --port PORT        port to listen on, 0 for any free port (default 8642)\n"
            "  --data-dir DIR     database and uploaded files (default ./vorna-backend-data)\n"
+           "  --database URL|FILE\n"
+           "                     postgresql://USER@HOST:PORT/DB to keep everything in\n"
+           "                     PostgreSQL, or a SQLite file (default DIR/vorna-backend.sqlite3)\n"
+           "  --files-dir DIR    uploaded files; backends sharing a database share it too\n"
+           "                     (default DIR/files of the data directory)\n"
            "  --client ID:SECRET a client that may ask for access tokens; repeatable. More\n"
            "                     clients come from DIR/clients.txt, one ID:SECRET a line.\n"
            "                     With none at all, demo-client:demo-secret is accepted.\n"
@@ -120,6 +127,28 @@ std::optional<Options> Options::parse(const std::vector<std::string>& args, std:
                 return std::nullopt;
             }
             options.dataDir = *dir;
+        } else if (arg == "--database") {
+            const auto database = value();
+            if (!database) {
+                return std::nullopt;
+            }
+            // Any other scheme would otherwise become the name of a SQLite file.
+            if (database->empty() ||
+                (database->find("://") != std::string::npos && !Store::isServerUrl(*database))) {
+                error = "--database takes a postgresql:// URL or the path of a SQLite file";
+                return std::nullopt;
+            }
+            options.database = *database;
+        } else if (arg == "--files-dir") {
+            const auto dir = value();
+            if (!dir) {
+                return std::nullopt;
+            }
+            if (dir->empty()) {
+                error = "--files-dir needs a directory";
+                return std::nullopt;
+            }
+            options.filesDir = *dir;
         } else if (arg == "--client") {
             const auto text = value();
             if (!text) {
@@ -182,6 +211,14 @@ std::optional<Options> Options::parse(const std::vector<std::string>& args, std:
         }
     }
     return options;
+}
+
+std::string Options::databaseOrDefault() const {
+    return database.empty() ? (dataDir / "vorna-backend.sqlite3").string() : database;
+}
+
+std::filesystem::path Options::filesDirOrDefault() const {
+    return filesDir.empty() ? dataDir / "files" : filesDir;
 }
 
 bool Options::readClientsFile(const std::filesystem::path& file,

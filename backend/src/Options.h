@@ -19,6 +19,11 @@ struct Options {
     std::string host = "127.0.0.1";
     int port = 8642;
     std::filesystem::path dataDir = "vorna-backend-data";
+    // A "postgresql://" URL or the path of a SQLite file; empty: the SQLite file in dataDir.
+    std::string database;
+    // Where uploaded files go; empty: dataDir/files. Backends that share a database share
+    // this directory too.
+    std::filesystem::path filesDir;
     std::vector<ClientCredentials> clients;
     bool expireTokens = false;
     std::size_t maxBodyBytes = std::size_t{256} * 1024 * 1024;
@@ -38,6 +43,10 @@ struct Options {
     static std::optional<ClientCredentials> parseClient(const std::string& text);
     // "1500ms", "10s" or "10" (seconds), from 1 ms to a day.
     static std::optional<std::chrono::milliseconds> parseDuration(const std::string& text);
+
+    // What --database and --files-dir come to, with their defaults in dataDir.
+    std::string databaseOrDefault() const;
+    std::filesystem::path filesDirOrDefault() const;
 };
 
 }  // namespace vorna::backend

@@ -8,6 +8,7 @@
 
 #include "Answers.h"
 #include "FaultInjector.h"
+#include "Store.h"
 
 namespace vorna::backend {
 
@@ -38,11 +39,13 @@ public:
         }
     }
 
-    // Runs a handler; what it throws becomes a 500 answer.
+    // Runs a handler; what it throws becomes a 500 answer, or 503 while the database is away.
     template <typename Handle>
     static void guarded(httplib::Response& res, Handle&& handle) {
         try {
             handle();
+        } catch (const StoreUnavailable& e) {
+            sendError(res, 503, std::string("the database is unavailable: ") + e.what());
         } catch (const std::exception& e) {
             sendError(res, 500, std::string("internal error: ") + e.what());
         }

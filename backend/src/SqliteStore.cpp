@@ -384,20 +384,6 @@ constexpr const char* kReportFilter =
     " WHERE (?1 = '' OR bundle_id = ?1) AND "
     "(?2 = '' OR description LIKE ?2 ESCAPE '\\' OR tester_email LIKE ?2 ESCAPE '\\')";
 
-std::string likePattern(const std::string& text) {
-    if (text.empty()) {
-        return text;
-    }
-    std::string pattern = "%";
-    for (const char c : text) {
-        if (c == '%' || c == '_' || c == '\\') {
-            pattern += '\\';
-        }
-        pattern += c;
-    }
-    return pattern + "%";
-}
-
 }  // namespace
 
 std::vector<Store::Report> SqliteStore::reports(const ReportQuery& query) {

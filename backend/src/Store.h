@@ -113,6 +113,11 @@ public:
     virtual std::vector<Report> reports(const ReportQuery& query) = 0;
     virtual std::size_t countReports(const ReportQuery& query) = 0;
     virtual std::optional<Report> report(std::int64_t id) = 0;
+
+protected:
+    // The text of a ReportQuery as a LIKE pattern with '\' as its escape: "" stays "" (no
+    // search); anything else is found anywhere, its '%', '_' and '\' taken literally.
+    static std::string likePattern(const std::string& text);
 };
 
 }  // namespace vorna::backend

@@ -98,13 +98,10 @@ private:
     // sees the answer rather than a broken connection.
     void admit() {
         fault_ = receiver_.gate_.takeFault(req_);
-        refused_ = fault_ && (fault_->drop || fault_->status != 0);
-        try {
-            refused_ = refused_ || !authenticate() || !readBoundary();
-        } catch (const std::exception& e) {
-            sendError(res_, 500, std::string("internal error: ") + e.what());
-            refused_ = true;
-        }
+        const bool faulted = fault_ && (fault_->drop || fault_->status != 0);
+        refused_ = true;  // unless the checks below finish and pass
+        RequestGate::guarded(res_,
+                             [&] { refused_ = faulted || !authenticate() || !readBoundary(); });
     }
 
     bool authenticate() {
@@ -234,7 +231,14 @@ private:
         file.size = incoming_->size();
         file.clientId = caller_->info.clientId;
         file.uploadedAt = Text::nowIso8601();
-        receiver_.store_.addFile(file);
+        try {
+            receiver_.store_.addFile(file);
+        } catch (...) {
+            // A file the index does not list is never served; the client sends it again.
+            std::error_code ignored;
+            std::filesystem::remove(receiver_.filesDir_ / id_, ignored);
+            throw;
+        }
         return file;
     }
 

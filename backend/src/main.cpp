@@ -23,6 +23,7 @@
 #include "ConnectionLimits.h"
 #include "HttpServer.h"
 #include "Options.h"
+#include "PostgresConnection.h"
 #include "Store.h"
 #include "platform/VRNHandles.h"
 
@@ -87,12 +88,18 @@ int main(int argc, char** argv) {
     ::mallopt(M_MMAP_THRESHOLD, 256 * 1024);
     const std::filesystem::path dataDir = options->dataDir;
     std::error_code ec;
-    std::filesystem::create_directories(dataDir / "files", ec);
+    std::filesystem::create_directories(dataDir, ec);
     if (ec) {
         return fail("cannot create the data directory " + dataDir.string() + ": " + ec.message());
     }
     keepPrivate(dataDir, 0700);
-    // Two backends on one data directory would hand out each other's files.
+    const std::filesystem::path filesDir = options->filesDirOrDefault();
+    std::filesystem::create_directories(filesDir, ec);
+    if (ec) {
+        return fail("cannot create the files directory " + filesDir.string() + ": " + ec.message());
+    }
+    // A data directory, and the SQLite file in it, belongs to one backend. Backends that serve
+    // one team share a PostgreSQL database and a files directory instead.
     const VRNFileDescriptor lock(
         ::open((dataDir / "vorna-backend.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
     if (!lock || ::flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
@@ -105,22 +112,29 @@ int main(int argc, char** argv) {
         !Options::readClientsFile(clientsFile, clients, error)) {
         return fail(error);
     }
+
+    const std::string database = options->databaseOrDefault();
+    if (!Store::isServerUrl(database)) {
+        for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+            keepPrivate(database + suffix, 0600);
+        }
+    }
+    std::unique_ptr<Store> store;
+    try {
+        store = Store::open(database);
+    } catch (const StoreError& e) {
+        if (Store::isServerUrl(database)) {
+            return fail("cannot use the database " + vorna::backend::pg::withoutPassword(database) +
+                        ": " + e.what());
+        }
+        return fail("cannot use the database " + database + ": " + e.what() +
+                    "\nMove the file away to start with an empty one.");
+    }
+
     if (clients.empty()) {
         clients.push_back({"demo-client", "demo-secret"});
         std::fputs("vorna-backend: no client configured; accepting demo-client:demo-secret\n",
                    stderr);
-    }
-
-    const auto databaseFile = dataDir / "vorna-backend.sqlite3";
-    for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
-        keepPrivate(databaseFile.string() + suffix, 0600);
-    }
-    std::unique_ptr<Store> store;
-    try {
-        store = Store::open(databaseFile.string());
-    } catch (const StoreError& e) {
-        return fail("cannot use the database " + databaseFile.string() + ": " + e.what() +
-                    "\nMove the file away to start with an empty one.");
     }
 
     // Termination signals are taken by one thread with sigwait, so the server stops from an
@@ -145,6 +159,7 @@ int main(int argc, char** argv) {
 
     BackendSettings settings;
     settings.dataDir = dataDir;
+    settings.filesDir = filesDir;
     settings.clients = clients;
     settings.expireTokens = options->expireTokens;
     Backend backend(settings, *store);

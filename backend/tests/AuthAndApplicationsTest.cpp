@@ -183,6 +183,7 @@ TEST(BackendStart, CorruptDatabaseStopsStartWithClearMessage) {
     BackendProcess::Options options;
     options.executable = VORNA_BACKEND_EXECUTABLE;
     options.clients = {{kClientId, kClientSecret}};
+    options.database = "";  // the SQLite file, whichever database the other tests use
     BackendProcess backend(options);
     const auto database = backend.dataDir() / "vorna-backend.sqlite3";
     backend.stop();

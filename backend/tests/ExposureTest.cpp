@@ -144,6 +144,7 @@ TEST(DataDirectory, IsOnlyTheBackendUsersAndAnOpenOneIsNarrowed) {
     BackendProcess::Options options;
     options.executable = VORNA_BACKEND_EXECUTABLE;
     options.clients = {{kClientId, kClientSecret}};
+    options.database = "";  // the file modes of the SQLite file are part of what is checked
     {
         BackendProcess fresh(options);
         EXPECT_EQ(modeOf(fresh.dataDir()), 0700u);

@@ -1,7 +1,9 @@
 #pragma once
 
 // Runs the real vorna-backend as a child process for a test: on an ephemeral loopback port,
-// with a fresh data directory, and with small blocking helpers for its admin calls.
+// with a fresh data directory, and with small blocking helpers for its admin calls. Its data
+// is in the SQLite file of that directory, or, when VORNA_TEST_DATABASE names a PostgreSQL
+// server (TestDatabase.h), in a fresh schema of that server, dropped at the end.
 //
 //     vorna::test::BackendProcess backend(VORNA_BACKEND_BINARY, "client", "secret");
 //     backend.archive("com.example.app");
@@ -43,6 +45,8 @@
 #include <vector>
 
 #include <nlohmann/json.hpp>
+
+#include "TestDatabase.h"
 
 extern char** environ;
 
@@ -104,6 +108,9 @@ public:
         std::filesystem::path dataDir;  // empty: a fresh directory, removed at the end
         std::vector<std::string> extraArguments;
         std::chrono::milliseconds startTimeout{60000};
+        // nullopt: a fresh schema on the server VORNA_TEST_DATABASE names, else the SQLite
+        // file. "": the SQLite file whatever the environment says. Else the --database value.
+        std::optional<std::string> database;
     };
 
     BackendProcess(std::string executable, std::string clientId, std::string clientSecret)
@@ -112,7 +119,8 @@ public:
                                  0,
                                  {},
                                  {},
-                                 std::chrono::milliseconds(60000)}) {}
+                                 std::chrono::milliseconds(60000),
+                                 std::nullopt}) {}
 
     explicit BackendProcess(Options options) : options_(std::move(options)) {
         std::string pattern =
@@ -125,8 +133,13 @@ public:
         dataDir_ = options_.dataDir.empty() ? root_ / "data" : options_.dataDir;
         port_ = options_.port;
         try {
+            chooseDatabase();
             start();
         } catch (...) {
+            try {
+                dropSchema();
+            } catch (...) {
+            }
             removeRoot();
             throw;
         }
@@ -135,6 +148,7 @@ public:
     ~BackendProcess() {
         try {
             stop();
+            dropSchema();
         } catch (...) {
         }
         removeRoot();
@@ -148,6 +162,8 @@ public:
     int port() const { return port_; }
     pid_t pid() const { return pid_; }
     const std::filesystem::path& dataDir() const { return dataDir_; }
+    // The --database value it runs with; empty for the SQLite file in the data directory.
+    const std::string& database() const { return database_; }
 
     // Everything the backend wrote to its standard error so far (one line per request).
     std::string log() const {
@@ -329,6 +345,10 @@ private:
             args.push_back("--client");
             args.push_back(id + ":" + secret);
         }
+        if (!database_.empty()) {
+            args.push_back("--database");
+            args.push_back(database_);
+        }
         args.insert(args.end(), options_.extraArguments.begin(), options_.extraArguments.end());
         std::vector<char*> argv;
         for (auto& arg : args) {
@@ -404,6 +424,24 @@ private:
                                      std::to_string(answer.status) + ": " + answer.body);
         }
         return answer;
+    }
+
+    void chooseDatabase() {
+        if (options_.database) {
+            database_ = *options_.database;
+            return;
+        }
+        server_ = TestDatabaseServer::fromEnvironment();
+        if (server_) {
+            ownSchema_ = server_->createSchema();
+            database_ = server_->urlOfSchema(ownSchema_);
+        }
+    }
+
+    void dropSchema() {
+        if (server_ && !ownSchema_.empty()) {
+            server_->dropSchema(std::exchange(ownSchema_, std::string()));
+        }
     }
 
     void removeRoot() {
@@ -513,6 +551,9 @@ private:
     }
 
     Options options_;
+    std::optional<TestDatabaseServer> server_;
+    std::string ownSchema_;  // created for this backend, dropped at the end
+    std::string database_;
     std::filesystem::path root_;
     std::filesystem::path dataDir_;
     int port_ = 0;

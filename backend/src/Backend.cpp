@@ -13,9 +13,11 @@ using httplib::Response;
 
 Backend::Backend(BackendSettings settings, Store& store)
     : gate_(faults_, recorder_),
-      kitApi_(std::move(settings.clients), settings.expireTokens, store, gate_),
+      kitApi_(settings.clients, settings.expireTokens, store, gate_),
       upload_(kitApi_, store, gate_, settings.dataDir / "files"),
-      viewer_(store, settings.dataDir / "files"),
+      viewer_(store, settings.dataDir / "files",
+              ReaderAccess(settings.readersMustAuthenticate, settings.clients,
+                           settings.expireTokens, store)),
       admin_(store, faults_, recorder_.journal(), gate_) {}
 
 void Backend::install(HttpServer& server) {

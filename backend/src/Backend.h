@@ -23,6 +23,9 @@ struct BackendSettings {
     std::filesystem::path dataDir;  // uploaded files go to dataDir/files
     std::vector<ClientCredentials> clients;
     bool expireTokens = false;
+    // Reading reports, their files and the pages needs a client's credential (a backend that
+    // others can reach); false for one that listens on loopback only.
+    bool readersMustAuthenticate = false;
 };
 
 // The reporting backend: the API the kit calls, the pages and JSON lists of received

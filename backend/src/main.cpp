@@ -29,6 +29,7 @@ using vorna::backend::BackendSettings;
 using vorna::backend::ClientCredentials;
 using vorna::backend::HttpServer;
 using vorna::backend::Options;
+using vorna::backend::ReaderAccess;
 using vorna::backend::Store;
 using vorna::backend::StoreError;
 
@@ -116,6 +117,7 @@ int main(int argc, char** argv) {
     settings.dataDir = dataDir;
     settings.clients = clients;
     settings.expireTokens = options->expireTokens;
+    settings.readersMustAuthenticate = !ReaderAccess::isLoopbackHost(options->host);
     Backend backend(settings, *store);
     backend.install(server);
 

@@ -1,5 +1,5 @@
 // The pieces the report pages are made of: reading a report's odd members, facts in words and
-// units, chart axes.
+// units, chart axes, and the headers uploaded files are served with.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -8,6 +8,8 @@
 #include <string>
 
 #include "FactFormat.h"
+#include "FileDownloads.h"
+#include "ReaderAccess.h"
 #include "ReportDocument.h"
 #include "SvgChart.h"
 
@@ -194,6 +196,34 @@ TEST_F(SvgChartTest, AnIdleCpuIsDrawnOnAPercentAxisAndUnmeasuredSamplesBreakTheL
     }
     EXPECT_EQ(polylines, 2u);
     EXPECT_NE(broken.find("<circle"), std::string::npos) << "a lone sample is a dot";
+}
+
+TEST(FileDownloadsTest, OnlyRasterImagesKeepTheirTypeAndEveryFileIsAnAttachment) {
+    EXPECT_EQ(FileDownloads::servedType("image/PNG; q=1"), "image/png");
+    EXPECT_EQ(FileDownloads::servedType("image/jpeg"), "image/jpeg");
+    EXPECT_EQ(FileDownloads::servedType("image/webp"), "image/webp");
+    for (const char* active : {"text/html", "image/svg+xml", "application/xhtml+xml", "text/xml",
+                               "application/pdf", "", "image/png, text/html"}) {
+        EXPECT_EQ(FileDownloads::servedType(active), "application/octet-stream") << active;
+    }
+    EXPECT_EQ(FileDownloads::contentDisposition("bug report #1 (ü).txt"),
+              "attachment; filename=\"bug report #1 (__).txt\"; "
+              "filename*=UTF-8''bug%20report%20%231%20%28%C3%BC%29.txt");
+    EXPECT_EQ(FileDownloads::contentDisposition("a\"b\\c\r\nd.html"),
+              "attachment; filename=\"a_b_c__d.html\"; filename*=UTF-8''a%22b%5Cc%0D%0Ad.html");
+    EXPECT_EQ(FileDownloads::contentDisposition(""),
+              "attachment; filename=\"file\"; filename*=UTF-8''file");
+}
+
+TEST(ReaderAccessTest, OnlyLoopbackAddressesKeepTheReportsOpen) {
+    for (const char* host :
+         {"127.0.0.1", "127.1.2.3", "::1", "[::1]", "localhost", "LOCALHOST", "::ffff:127.0.0.1"}) {
+        EXPECT_TRUE(ReaderAccess::isLoopbackHost(host)) << host;
+    }
+    for (const char* host : {"0.0.0.0", "::", "192.168.1.20", "128.0.0.1", "", "localhost.example",
+                             "::ffff:10.0.0.1", "fe80::1"}) {
+        EXPECT_FALSE(ReaderAccess::isLoopbackHost(host)) << host;
+    }
 }
 
 }  // namespace

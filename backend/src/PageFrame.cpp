@@ -54,8 +54,8 @@ table.reports td { padding: 10px 14px; border-bottom: 1px solid var(--line);
                    white-space: nowrap; }
 table.reports tr:last-child td { border-bottom: 0; }
 table.reports tbody tr:hover td { background: #f8f9fc; }
-table.reports col.shot { width: 76px; } table.reports col.app { width: 22%; }
-table.reports col.mail { width: 20%; } table.reports col.time { width: 170px; }
+table.reports col.shot { width: 76px; } table.reports col.app { width: 20%; }
+table.reports col.mail { width: 21%; } table.reports col.time { width: 172px; }
 td.shot a { display: block; width: 48px; height: 72px; }
 .thumb { width: 48px; height: 72px; object-fit: cover; object-position: top;
          border-radius: 6px; border: 1px solid var(--line); background: #eef0f4; display: block; }
@@ -63,7 +63,7 @@ td.shot a { display: block; width: 48px; height: 72px; }
               color: #8a92a0; text-align: center; line-height: 1.2; }
 td .title { font-weight: 600; color: var(--ink); }
 td .id { color: var(--muted); font-size: 13px; margin-right: 6px; font-variant-numeric: tabular-nums; }
-td.time { font-variant-numeric: tabular-nums; color: var(--muted); }
+td.time { font-variant-numeric: tabular-nums; color: var(--muted); font-size: 14px; }
 .pager { display: flex; justify-content: space-between; align-items: center; margin: 14px 0; }
 .pager .off { color: #b3b9c4; }
 

@@ -170,8 +170,11 @@ std::string powerAndNetworkCard(const ReportDocument& doc) {
     const auto state = doc.text("battery_status");
     if (level || state) {
         std::string battery = level ? FactFormat::batteryFraction(*level) : "";
-        if (state) {
-            battery += (battery.empty() ? "" : " · ") + FactFormat::batteryState(*state);
+        const std::string stateName = state ? FactFormat::batteryState(*state) : "";
+        if (battery == "unknown" && (stateName.empty() || stateName == "Unknown")) {
+            battery = "Unknown";  // no battery, or none the device could read
+        } else if (!stateName.empty()) {
+            battery += (battery.empty() ? "" : " · ") + stateName;
         }
         facts.addHtml("Battery", esc(battery));
     } else {
@@ -189,8 +192,11 @@ std::string powerAndNetworkCard(const ReportDocument& doc) {
         if (type && otherType && *type != *otherType) {
             facts.addHtml("Network type", esc(FactFormat::networkType(*otherType)));
         }
-    } else {
-        facts.addText("Network name", "network_name");
+    } else if (name && !name->empty()) {
+        facts.addHtml("Network", esc(*name));
+    } else if (name) {
+        // Connected, but neither a Wi-Fi name nor a radio technology could be read.
+        facts.addHtml("Network", "Connected, kind not known");
     }
     return card("Power and network",
                 facts.empty() ? "<p class=\"muted\">Not sent.</p>" : facts.html());

@@ -125,10 +125,9 @@ SvgChart::TimeAxis SvgChart::timeAxis(double start, double end) {
     if (end < start) {
         std::swap(start, end);
     }
+    // A short window keeps its end, which is when the report was made, at the right edge.
     if (end - start < 10) {
-        const double middle = (start + end) / 2;
-        start = middle - 5;
-        end = middle + 5;
+        start = end - 10;
     }
     static constexpr std::array<double, 22> kSteps = {
         1,    2,    5,    10,    15,    30,    60,    120,    300,    600,     900,

@@ -29,7 +29,8 @@ public:
         double end = 1;
         double step = 1;  // between ticks
     };
-    // Clock-time ticks for a window; a window shorter than ten seconds is widened to that.
+    // Clock-time ticks for a window; a window shorter than ten seconds is widened to that,
+    // back from its end.
     static TimeAxis timeAxis(double start, double end);
 
     struct Sample {

@@ -32,6 +32,7 @@ CLIENT_ID = "browser-client"
 CLIENT_SECRET = "browser-secret"
 BUNDLE_ID = "com.example.orderdesk"
 OTHER_BUNDLE_ID = "com.example.fieldnotes"
+THIRD_BUNDLE_ID = "com.example.stockroom"
 
 
 class Failure(Exception):
@@ -258,11 +259,15 @@ def submit_search(browser, expected_in_url):
 
 
 def full_page_picture(browser, path):
-    height = browser.execute_script("return document.documentElement.scrollHeight")
-    browser.set_window_size(1280, max(900, min(int(height) + 20, 6000)))
-    time.sleep(0.3)
+    """The whole page, however long, as one picture 1280 pixels wide."""
+    for _ in range(3):  # a taller viewport can change the layout, and so the height
+        height = browser.execute_script("return document.documentElement.scrollHeight")
+        browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+            "width": 1280, "height": min(int(height), 8000), "deviceScaleFactor": 1,
+            "mobile": False})
+        time.sleep(0.2)
     browser.save_screenshot(path)
-    browser.set_window_size(1280, 900)
+    browser.execute_cdp_cmd("Emulation.clearDeviceMetricsOverride", {})
 
 
 # ---------------------------------------------------------------------------------------------
@@ -294,13 +299,23 @@ def check_pages(args, root, backend, screenshot):
         {"value": "0.000", "time_occurred": stamp(now - datetime.timedelta(hours=5, seconds=s))}
         for s in range(9, 0, -1)]
     backend.report(OTHER_BUNDLE_ID, older)
+    # A few more, as a list holds them after a day of testing.
+    for hours, bundle_id, description, email, picture in [
+            (4, THIRD_BUNDLE_ID, "Prices show three decimals on the receipt", "", False),
+            (3, BUNDLE_ID, "Search field loses focus after the first letter", "jo@example.com",
+             True),
+            (2, THIRD_BUNDLE_ID, "Sync never finishes on hotel Wi-Fi", "kim@example.com", True),
+            (1, BUNDLE_ID, "Dark mode: the Save button cannot be seen", "", True)]:
+        backend.report(bundle_id, kit_document(
+            description, email, now - datetime.timedelta(hours=hours),
+            screenshot_url if picture else placeholder_url, []))
     if args.vorna_report:
         made_by_kit(args.vorna_report, backend, root)
     report_id = backend.report(BUNDLE_ID, kit_document(
         "Total ignores the quantity\nThe total reads 12.00 for three bags of beans; it should be "
         "36.00 plus the rest of the order.", "alex.tester@example.com", now, screenshot_url,
         [log_url, html_url, svg_url]))
-    total = 3 if args.vorna_report else 2
+    total = 7 if args.vorna_report else 6
 
     browser = start_browser(javascript=False)
     try:
@@ -324,7 +339,7 @@ def check_pages(args, root, backend, screenshot):
         check("alex.tester@example.com" in first.text and BUNDLE_ID in first.text,
               "the row names the application and the e-mail")
         if args.pictures:
-            browser.save_screenshot(os.path.join(args.pictures, "triage-list.png"))
+            full_page_picture(browser, os.path.join(args.pictures, "triage-list.png"))
 
         Select(browser.find_element(By.NAME, "bundle_id")).select_by_value(OTHER_BUNDLE_ID)
         submit_search(browser, "bundle_id=" + OTHER_BUNDLE_ID)

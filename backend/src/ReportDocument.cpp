@@ -23,6 +23,22 @@ const nlohmann::json& ReportDocument::memberOf(const nlohmann::json& object, std
     return it == object.end() ? kNothing : *it;
 }
 
+std::optional<std::string> ReportDocument::topLevelText(const std::string& body,
+                                                        std::string_view key) {
+    using Event = nlohmann::json::parse_event_t;
+    // Every member but the one asked for is dropped as soon as its key has been read, so
+    // nothing below the top level is ever kept.
+    const auto keep = [key](int depth, Event event, nlohmann::json& parsed) {
+        return !(event == Event::key && depth == 1 && parsed.get_ref<const std::string&>() != key);
+    };
+    try {
+        const auto document = nlohmann::json::parse(body, keep);
+        return textOf(memberOf(document, key));
+    } catch (const nlohmann::json::exception&) {
+        return std::nullopt;
+    }
+}
+
 std::optional<std::string> ReportDocument::textOf(const nlohmann::json& value) {
     if (value.is_string()) {
         return value.get<std::string>();

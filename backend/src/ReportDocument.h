@@ -26,6 +26,10 @@ public:
     std::optional<std::string> text(std::string_view key) const { return textOf(member(key)); }
     std::optional<double> number(std::string_view key) const { return numberOf(member(key)); }
 
+    // One text member of a document's top level, read without building the rest of it (a
+    // list shows one member of many reports, each with its histories).
+    static std::optional<std::string> topLevelText(const std::string& body, std::string_view key);
+
     // The member of an object; a null value when it is missing or `object` is no object.
     static const nlohmann::json& memberOf(const nlohmann::json& object, std::string_view key);
     // A string as it is, a number or boolean as JSON writes it; nothing for the rest.

@@ -18,9 +18,9 @@ std::string esc(std::string_view text) {
 // The kit sends a white placeholder picture when a report was made without a screenshot.
 constexpr std::string_view kPlaceholderName = "emptyScreenshot.jpg";
 
-std::string thumbnail(const ReportListPage::Model& model, const ReportDocument& document,
+std::string thumbnail(const ReportListPage::Model& model, const Store::Report& report,
                       const std::string& href) {
-    const auto url = document.text("screenshot_url");
+    const auto url = ReportDocument::topLevelText(report.body, "screenshot_url");
     std::optional<ReportDocument::LinkedFile> file;
     if (url && !url->ends_with(kPlaceholderName) && model.files) {
         file = model.files(*url);
@@ -35,14 +35,13 @@ std::string thumbnail(const ReportListPage::Model& model, const ReportDocument& 
 }
 
 std::string row(const ReportListPage::Model& model, const Store::Report& report) {
-    const ReportDocument document(report.body);
     const std::string href = "/reports/" + std::to_string(report.id);
     std::string title = ReportDocument::firstLine(report.description);
     const bool untitled = title.empty();
     if (untitled) {
         title = "No description";
     }
-    std::string html = "<tr><td class=\"shot\">" + thumbnail(model, document, href) +
+    std::string html = "<tr><td class=\"shot\">" + thumbnail(model, report, href) +
                        "</td><td><span class=\"id\">#" + std::to_string(report.id) +
                        "</span><a class=\"title" + (untitled ? " muted" : "") + "\" href=\"" +
                        href + "\" title=\"" + esc(title) + "\">" + esc(title) + "</a></td>";

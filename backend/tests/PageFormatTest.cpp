@@ -125,6 +125,13 @@ TEST(ReportDocumentTest, MembersOfTheWrongKindReadAsNothing) {
     EXPECT_TRUE(doc.member("missing").is_null());
     EXPECT_TRUE(ReportDocument::memberOf(doc.member("text"), "x").is_null());
 
+    EXPECT_EQ(ReportDocument::topLevelText(
+                  R"({"blackbox": {"screenshot_url": "inner"}, "screenshot_url": "top"})",
+                  "screenshot_url"),
+              "top");
+    EXPECT_FALSE(ReportDocument::topLevelText(R"({"screenshot_url": "cut)", "screenshot_url"));
+    EXPECT_FALSE(ReportDocument::topLevelText("[]", "screenshot_url"));
+
     EXPECT_FALSE(ReportDocument("{\"cut").parsed());
     EXPECT_TRUE(ReportDocument("[1, 2]").member("a").is_null());
 

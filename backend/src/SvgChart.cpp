@@ -20,6 +20,9 @@ constexpr double kTop = 12;
 constexpr double kPlotHeight = 140;
 constexpr double kAxisBand = 30;  // tick labels under a plot
 constexpr double kStripHeight = 26;
+// Ticks are counted, never stepped by adding to a double: at large magnitudes an addition can
+// leave the value where it was.
+constexpr int kMostTicks = 24;
 
 // Where the plot area of a chart `width` units wide lies across.
 struct Across {
@@ -69,8 +72,12 @@ std::string timeTicks(const Across& across, const SvgChart::TimeAxis& axis, doub
     const double offset = static_cast<double>(local.tm_gmtoff);
     const bool withSeconds = axis.step < 60;
     const bool byDay = axis.step >= 86400;
-    for (double tick = std::ceil((axis.start + offset) / axis.step) * axis.step - offset;
-         tick <= axis.end + 1e-6; tick += axis.step) {
+    const double first = std::ceil((axis.start + offset) / axis.step) * axis.step - offset;
+    for (int i = 0; i < kMostTicks; ++i) {
+        const double tick = first + i * axis.step;
+        if (tick > axis.end + 1e-6) {
+            break;
+        }
         const double x = across.x(tick, axis.start, axis.end);
         const auto seconds = static_cast<std::int64_t>(std::llround(tick));
         const std::string label =
@@ -92,6 +99,9 @@ SvgChart::Scale SvgChart::niceScale(double low, double high, int ticks) {
     if (low > high) {
         std::swap(low, high);
     }
+    // Beyond this no measurement is real; the bounds keep every difference below finite.
+    low = std::clamp(low, -1e300, 1e300);
+    high = std::clamp(high, -1e300, 1e300);
     if (high - low < 1e-12 * std::max(1.0, std::abs(high))) {
         // A flat series: a span around its value, from zero for small positive values.
         const double pad = low == 0 ? 1 : std::abs(low) * 0.1;
@@ -132,7 +142,7 @@ SvgChart::TimeAxis SvgChart::timeAxis(double start, double end) {
     static constexpr std::array<double, 22> kSteps = {
         1,    2,    5,    10,    15,    30,    60,    120,    300,    600,     900,
         1800, 3600, 7200, 10800, 21600, 43200, 86400, 172800, 604800, 2592000, 31536000};
-    TimeAxis axis{start, end, kSteps.back()};
+    TimeAxis axis{start, end, (end - start) / 6};
     for (const double step : kSteps) {
         if ((end - start) / step <= 6) {
             axis.step = step;
@@ -180,7 +190,11 @@ std::string SvgChart::line(const Line& line, double start, double end) {
 
     std::string svg = svgOpen(across, kTop + kPlotHeight + kAxisBand, line.title);
     svg += "<g class=\"axis y\">";
-    for (double tick = scale.min; tick <= scale.max + scale.step * 1e-6; tick += scale.step) {
+    for (int i = 0; i < kMostTicks; ++i) {
+        const double tick = scale.min + i * scale.step;
+        if (tick > scale.max + scale.step * 1e-6) {
+            break;
+        }
         const double y = yOf(tick);
         svg += "<line class=\"grid\" x1=\"" + fixed(kLeft) + "\" y1=\"" + fixed(y) + "\" x2=\"" +
                fixed(kLeft + across.plot()) + "\" y2=\"" + fixed(y) + "\"/>";

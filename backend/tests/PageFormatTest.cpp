@@ -167,6 +167,16 @@ TEST_F(SvgChartTest, AxesAreRoundAndNeverRunFromAValueToItself) {
     EXPECT_EQ(SvgChart::decimalsFor(0.005), 3);
     EXPECT_EQ(SvgChart::decimalsFor(20), 0);
 
+    // Values no device measures still give a finite drawing, and ages of history a few ticks.
+    SvgChart::Line absurd;
+    absurd.samples = {{0, 1e17}, {1, 1e17 + 16}, {2, 1e308}, {3, -1e308}};
+    const std::string drawn = SvgChart::line(absurd, 0, 3);
+    EXPECT_EQ(drawn.find("nan"), std::string::npos);
+    EXPECT_EQ(drawn.find("inf"), std::string::npos);
+    EXPECT_LT(drawn.size(), 20000u);
+    const auto ages = SvgChart::timeAxis(-62135596800.0, 253402300799.0);
+    EXPECT_LE((ages.end - ages.start) / ages.step, 6.0 + 1e-9);
+
     EXPECT_EQ(SvgChart::timeAxis(0, 60).step, 10);
     const auto widened = SvgChart::timeAxis(100, 100);
     EXPECT_EQ(widened.end - widened.start, 10);

@@ -73,6 +73,8 @@ class Backend:
             self.process.terminate()
             self.process.wait(timeout=30)
         self.log.close()
+        with open(self.log.name, errors="replace") as log:
+            return log.read()
 
     def request(self, method, path, body=None, headers=None):
         request = urllib.request.Request(self.url + path, data=body, method=method,
@@ -276,9 +278,13 @@ def run(args, root):
     screenshot = app_screenshot(os.path.join(root, "screenshot.png"))
     backend = Backend(args.backend, root)
     try:
-        return check_pages(args, root, backend, screenshot)
+        result = check_pages(args, root, backend, screenshot)
     finally:
-        backend.stop()
+        log = backend.stop()
+    # A sanitizer build of the backend reports what it found on its standard error.
+    check("Sanitizer" not in log and "runtime error" not in log,
+          "the backend stopped with nothing for a sanitizer to report")
+    return result
 
 
 def check_pages(args, root, backend, screenshot):

@@ -21,6 +21,7 @@ PACKAGES=(
   qt6-qpa-plugins libxkbcommon-dev
   fonts-inter
   xvfb xauth xdotool imagemagick openbox x11-apps
+  chromium chromium-driver python3-selenium
   qt6-tools-dev qt6-l10n-tools
 )
 

@@ -6,15 +6,17 @@ namespace vorna::backend {
 
 using nlohmann::json;
 
+const char* const kContentSecurityPolicy =
+    "default-src 'none'; img-src 'self' data:; style-src 'unsafe-inline'; form-action 'self'; "
+    "frame-ancestors 'none'; base-uri 'none'";
+
 namespace {
 
 constexpr std::pair<const char*, const char*> kSecurityHeaders[] = {
     {"X-Content-Type-Options", "nosniff"},
     {"X-Frame-Options", "DENY"},
     {"Referrer-Policy", "no-referrer"},
-    {"Content-Security-Policy",
-     "default-src 'none'; img-src 'self' data:; style-src 'unsafe-inline'; form-action 'self'; "
-     "frame-ancestors 'none'; base-uri 'none'"},
+    {"Content-Security-Policy", kContentSecurityPolicy},
 };
 
 const char* reasonPhrase(int status) {

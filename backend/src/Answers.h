@@ -25,6 +25,8 @@ std::string stringMember(const nlohmann::json& object, const char* key);
 // styles and images of its own origin or data: URLs. A route that sets one of them itself keeps
 // its own value.
 void addSecurityHeaders(httplib::Response& res);
+// The policy of those headers: no script, nothing from elsewhere.
+extern const char* const kContentSecurityPolicy;
 // A whole answer, {"error": message} with the security headers, after which the connection
 // closes: for refusals made before httplib has a request to answer.
 std::string closingAnswer(int status, const std::string& message);

@@ -14,9 +14,11 @@ using httplib::Response;
 
 Backend::Backend(BackendSettings settings, Store& store)
     : gate_(faults_, recorder_),
-      kitApi_(std::move(settings.clients), settings.expireTokens, store, gate_),
+      kitApi_(settings.clients, settings.expireTokens, store, gate_),
       upload_(kitApi_, store, gate_, settings.filesDir),
-      viewer_(store, settings.filesDir),
+      viewer_(store, settings.filesDir,
+              ReaderAccess(settings.readersMustAuthenticate, settings.clients,
+                           settings.expireTokens, store)),
       admin_(store, faults_, recorder_.journal(), gate_) {}
 
 void Backend::install(HttpServer& server) {

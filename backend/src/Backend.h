@@ -24,6 +24,9 @@ struct BackendSettings {
     std::filesystem::path filesDir;  // uploaded files; may be shared with other backends
     std::vector<ClientCredentials> clients;
     bool expireTokens = false;
+    // Reading reports, their files and the pages needs a client's credential (a backend that
+    // others can reach); false for one that listens on loopback only.
+    bool readersMustAuthenticate = false;
 };
 
 // The reporting backend: the API the kit calls, the pages and JSON lists of received

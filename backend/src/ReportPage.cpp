@@ -1,12 +1,14 @@
 #include "ReportPage.h"
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
-#include <optional>
-#include <tuple>
+#include <exception>
+#include <functional>
+#include <set>
 #include <utility>
+#include <vector>
 
+#include "BlackBoxSection.h"
+#include "FactFormat.h"
+#include "PageFrame.h"
 #include "Text.h"
 
 namespace vorna::backend {
@@ -15,320 +17,370 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kStyle = R"css(
-body { font: 14px/1.4 system-ui, sans-serif; margin: 0 auto; max-width: 1100px; padding: 1em;
-       color: #1d2330; background: #f4f6fb; }
-h1 { color: #1144f1; }
-article { background: #fff; border-radius: 8px; padding: 1em 1.5em; margin: 1.5em 0;
-          box-shadow: 0 1px 3px rgba(0,0,0,.12); }
-article header h2 { margin: 0; }
-.meta { color: #667; }
-.top { display: flex; gap: 1.5em; align-items: flex-start; }
-.top img { max-width: 260px; max-height: 520px; border: 1px solid #ccd; border-radius: 4px; }
-.description { white-space: pre-wrap; font-size: 16px; }
-table { border-collapse: collapse; margin: .5em 0; }
-td, th { border-bottom: 1px solid #e3e6ee; padding: 2px 10px 2px 0; text-align: left;
-         vertical-align: top; }
-th { color: #556; font-weight: 600; }
-.charts { display: flex; flex-wrap: wrap; gap: 1em; }
-figure { margin: 0; }
-figcaption { color: #556; font-weight: 600; }
-svg text { font: 10px sans-serif; fill: #556; }
-pre { white-space: pre-wrap; word-break: break-all; background: #f7f8fb; padding: .5em; }
-)css";
-
-std::string esc(const std::string& text) {
-    return Text::htmlEscape(text);
+std::string esc(std::string_view text) {
+    return PageFrame::escape(text);
 }
 
-// A JSON value as the text a reader expects: strings without quotes, the rest as JSON.
-std::string textOf(const json& value) {
-    if (value.is_string()) {
-        return value.get<std::string>();
+constexpr std::string_view kPlaceholderName = "emptyScreenshot.jpg";
+
+// The members the page shows in words; any other plain member is listed as it came.
+const std::set<std::string, std::less<>> kShownMembers = {
+    "title",           "description",
+    "tester_email",    "quick_facts",
+    "screenshot_url",  "files",
+    "device",          "os",
+    "os_version",      "os_build_version",
+    "platform",        "screen_width",
+    "screen_height",   "device_orientation",
+    "authentication",  "locale",
+    "timezone",        "app_version",
+    "build_version",   "current_view",
+    "report_type",     "issue_reported_time",
+    "battery_level",   "battery_status",
+    "connection_type", "network_type",
+    "network_name",    "available_disk_space",
+    "used_disk_space", "available_memory",
+    "used_memory",     "used_application_memory",
+    "permissions",     "sessions",
+    "blackbox"};
+
+// A part of the page that could not be drawn says so, and the rest of the page still comes.
+std::string guarded(const char* what, const std::function<std::string()>& render) {
+    try {
+        return render();
+    } catch (const std::exception&) {
+        return std::string("<p class=\"muted\">The ") + what + " could not be shown.</p>";
     }
-    return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
-std::string field(const json& object, const char* key) {
-    if (!object.is_object()) {
+class Facts {
+public:
+    explicit Facts(const ReportDocument& document) : document_(document) {}
+
+    // A fact in words when `format` can read the member, else the member as it came.
+    void add(const char* label, const char* key,
+             const std::function<std::optional<std::string>(const json&)>& format) {
+        const json& value = document_.member(key);
+        if (value.is_null()) {
+            return;
+        }
+        auto shown = format(value);
+        if (!shown) {
+            shown = raw(value);
+        }
+        rows_.emplace_back(label, esc(*shown));
+    }
+    void addText(const char* label, const char* key) {
+        add(label, key, [](const json& value) { return ReportDocument::textOf(value); });
+    }
+    void addHtml(const char* label, std::string html) {
+        rows_.emplace_back(label, std::move(html));
+    }
+    bool empty() const { return rows_.empty(); }
+
+    std::string html() const {
+        std::string html = "<dl class=\"facts\">";
+        for (const auto& [label, value] : rows_) {
+            html += "<dt>" + esc(label) + "</dt><dd>" + value + "</dd>";
+        }
+        return html + "</dl>";
+    }
+
+    static std::string raw(const json& value) {
+        if (const auto text = ReportDocument::textOf(value)) {
+            return *text;
+        }
+        std::string dumped = value.dump(-1, ' ', false, json::error_handler_t::replace);
+        return dumped.size() > 200 ? dumped.substr(0, 200) + "…" : dumped;
+    }
+
+private:
+    const ReportDocument& document_;
+    std::vector<std::pair<std::string, std::string>> rows_;
+};
+
+std::optional<std::string> megabytesOf(const json& value) {
+    const auto number = ReportDocument::numberOf(value);
+    return number ? std::optional(FactFormat::megabytes(*number)) : std::nullopt;
+}
+
+std::string card(const char* title, const std::string& content) {
+    return "<section class=\"card\"><h2>" + esc(title) + "</h2>" + content + "</section>";
+}
+
+std::string deviceCard(const ReportDocument& doc) {
+    Facts facts(doc);
+    facts.addText("Model", "device");
+    std::string system = doc.text("os").value_or("");
+    if (const auto version = doc.text("os_version")) {
+        system += (system.empty() ? "" : " ") + *version;
+    }
+    if (const auto build = doc.text("os_build_version")) {
+        system += (system.empty() ? "build " : " (build ") + *build + (system.empty() ? "" : ")");
+    }
+    if (!system.empty()) {
+        facts.addHtml("System", esc(system));
+    }
+    const auto width = doc.number("screen_width");
+    const auto height = doc.number("screen_height");
+    if (width && height) {
+        facts.addHtml("Screen", *width <= 0 && *height <= 0
+                                    ? std::string("No screen")
+                                    : esc(FactFormat::number(*width, 0) + " × " +
+                                          FactFormat::number(*height, 0) + " pixels"));
+    } else {
+        facts.addText("Screen width", "screen_width");
+        facts.addText("Screen height", "screen_height");
+    }
+    facts.add("Orientation", "device_orientation", [](const json& value) {
+        return value.is_number_integer()
+                   ? std::optional(FactFormat::deviceOrientation(value.get<std::int64_t>()))
+                   : std::nullopt;
+    });
+    facts.add("Passcode or biometrics", "authentication", [](const json& value) {
+        const auto number = ReportDocument::numberOf(value);
+        if (!number || (*number != 0 && *number != 1)) {
+            return std::optional<std::string>();
+        }
+        return std::optional<std::string>(*number == 1 ? "Set up" : "Not set up");
+    });
+    facts.addText("Locale", "locale");
+    facts.addText("Time zone", "timezone");
+    return card("Device", facts.empty() ? "<p class=\"muted\">Not sent.</p>" : facts.html());
+}
+
+std::string applicationCard(const ReportDocument& doc, const Store::Report& report) {
+    Facts facts(doc);
+    facts.addHtml("Application", esc(report.bundleId));
+    const auto version = doc.text("app_version");
+    const auto build = doc.text("build_version");
+    if (version || build) {
+        facts.addHtml("Version",
+                      esc(version.value_or("?") + (build ? " (build " + *build + ")" : "")));
+    }
+    facts.addText("Screen shown", "current_view");
+    facts.addText("Platform", "platform");
+    facts.addText("Report type", "report_type");
+    return card("Application", facts.html());
+}
+
+std::string powerAndNetworkCard(const ReportDocument& doc) {
+    Facts facts(doc);
+    const auto level = doc.number("battery_level");
+    const auto state = doc.text("battery_status");
+    if (level || state) {
+        std::string battery = level ? FactFormat::batteryFraction(*level) : "";
+        const std::string stateName = state ? FactFormat::batteryState(*state) : "";
+        if (battery == "unknown" && (stateName.empty() || stateName == "Unknown")) {
+            battery = "Unknown";  // no battery, or none the device could read
+        } else if (!stateName.empty()) {
+            battery += (battery.empty() ? "" : " · ") + stateName;
+        }
+        facts.addHtml("Battery", esc(battery));
+    } else {
+        facts.addText("Battery level", "battery_level");
+    }
+    const auto type = doc.text("connection_type");
+    const auto otherType = doc.text("network_type");
+    const auto name = doc.text("network_name");
+    if (type || otherType) {
+        std::string network = FactFormat::networkType(type ? *type : *otherType);
+        if (name && !name->empty()) {
+            network += " · " + *name;
+        }
+        facts.addHtml("Network", esc(network));
+        if (type && otherType && *type != *otherType) {
+            facts.addHtml("Network type", esc(FactFormat::networkType(*otherType)));
+        }
+    } else if (name && !name->empty()) {
+        facts.addHtml("Network", esc(*name));
+    } else if (name) {
+        // Connected, but neither a Wi-Fi name nor a radio technology could be read.
+        facts.addHtml("Network", "Connected, kind not known");
+    }
+    return card("Power and network",
+                facts.empty() ? "<p class=\"muted\">Not sent.</p>" : facts.html());
+}
+
+std::string storageCard(const ReportDocument& doc) {
+    Facts facts(doc);
+    // The kit sends the disk's whole size as "available" and what is in use as "used".
+    const auto diskSize = doc.number("available_disk_space");
+    const auto diskUsed = doc.number("used_disk_space");
+    if (diskSize && diskUsed && *diskSize > 0) {
+        facts.addHtml(
+            "Disk",
+            esc(FactFormat::megabytes(*diskUsed) + " used of " + FactFormat::megabytes(*diskSize) +
+                " (" + FactFormat::megabytes(std::max(*diskSize - *diskUsed, 0.0)) + " free)"));
+    } else {
+        facts.add("Disk size", "available_disk_space", megabytesOf);
+        facts.add("Disk used", "used_disk_space", megabytesOf);
+    }
+    const auto memory = doc.number("available_memory");
+    const auto memoryUsed = doc.number("used_memory");
+    if (memory && memoryUsed && *memory > 0) {
+        facts.addHtml("Memory", esc(FactFormat::megabytes(*memoryUsed) + " used of " +
+                                    FactFormat::megabytes(*memory)));
+    } else {
+        facts.add("Memory", "available_memory", megabytesOf);
+        facts.add("Memory used", "used_memory", megabytesOf);
+    }
+    facts.add("Used by the application", "used_application_memory", megabytesOf);
+    return card("Storage and memory",
+                facts.empty() ? "<p class=\"muted\">Not sent.</p>" : facts.html());
+}
+
+std::string permissionsCard(const ReportDocument& doc) {
+    const json& permissions = doc.member("permissions");
+    if (!permissions.is_array() || permissions.empty()) {
+        return card("Permissions", permissions.is_null() || permissions.is_array()
+                                       ? "<p class=\"muted\">None granted.</p>"
+                                       : "<p>" + esc(Facts::raw(permissions)) + "</p>");
+    }
+    std::string html = "<dl class=\"facts\">";
+    for (const auto& permission : permissions) {
+        const auto name = ReportDocument::textOf(ReportDocument::memberOf(permission, "name"));
+        const auto state = ReportDocument::textOf(ReportDocument::memberOf(permission, "state"));
+        html += "<dt>" + esc(name ? FactFormat::permissionName(*name) : Facts::raw(permission)) +
+                "</dt><dd>" + esc(state ? FactFormat::permissionState(*state) : "") + "</dd>";
+    }
+    return card("Permissions", html + "</dl>");
+}
+
+std::string otherCard(const ReportDocument& doc) {
+    if (!doc.json().is_object()) {
         return {};
     }
-    const auto it = object.find(key);
-    return it == object.end() ? std::string() : textOf(*it);
-}
-
-bool isWebUrl(const std::string& url) {
-    return Text::istartsWith(url, "http://") || Text::istartsWith(url, "https://");
-}
-
-std::string number(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f", value);
-    return text;
-}
-
-std::string label(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, "%g", value);
-    return text;
-}
-
-std::optional<double> numeric(const json& value) {
-    if (value.is_number()) {
-        return value.get<double>();
-    }
-    if (value.is_string()) {
-        const std::string text = value.get<std::string>();
-        char* end = nullptr;
-        const double parsed = std::strtod(text.c_str(), &end);
-        if (!text.empty() && end == text.c_str() + text.size()) {
-            return parsed;
+    std::string html;
+    for (const auto& [key, value] : doc.json().items()) {
+        if (!kShownMembers.contains(key)) {
+            html += "<dt>" + esc(key) + "</dt><dd>" + esc(Facts::raw(value)) + "</dd>";
         }
     }
-    return std::nullopt;
+    return html.empty() ? std::string()
+                        : card("Other facts", "<dl class=\"facts\">" + html + "</dl>");
 }
 
-std::string table(const json& rows,
-                  const std::vector<std::pair<const char*, const char*>>& columns) {
-    std::string html = "<table><tr>";
-    for (const auto& [key, title] : columns) {
-        (void)key;
-        html += "<th>" + esc(title) + "</th>";
+std::string fileSize(std::int64_t size) {
+    return size < 1024 ? std::to_string(size) + " bytes"
+                       : FactFormat::megabytes(static_cast<double>(size) / 1048576.0);
+}
+
+std::string attachments(const ReportDocument& doc, const ReportDocument::FileLookup& files) {
+    const json& list = doc.member("files");
+    if (!list.is_array() || list.empty()) {
+        return "<p class=\"muted\">No files were attached.</p>";
     }
-    html += "</tr>";
-    for (const auto& row : rows) {
-        html += "<tr>";
-        for (const auto& [key, title] : columns) {
-            (void)title;
-            html += "<td>" + esc(field(row, key)) + "</td>";
+    std::string html = "<ul class=\"files\">";
+    for (const auto& entry : list) {
+        const auto url = ReportDocument::textOf(ReportDocument::memberOf(entry, "url"));
+        const auto file = url && files ? files(*url) : std::nullopt;
+        if (file) {
+            html += "<li><a href=\"" + esc(file->path) + "\" download>" + esc(file->name) +
+                    "</a> <span class=\"muted\">" + esc(fileSize(file->size)) + " &middot; " +
+                    esc(file->mimeType) + "</span></li>";
+        } else {
+            html += "<li><span class=\"muted\">Not on this backend:</span> " +
+                    esc(url ? *url : Facts::raw(entry)) + "</li>";
         }
-        html += "</tr>";
     }
-    return html + "</table>";
+    return html + "</ul>";
 }
 
-const json& member(const json& object, const char* key) {
-    static const json kNull;
-    if (!object.is_object()) {
-        return kNull;
+std::string screenshot(const ReportDocument& doc, const ReportDocument::FileLookup& files) {
+    const auto url = doc.text("screenshot_url");
+    if (!url) {
+        return "<p class=\"notice\">The report carries no screenshot.</p>";
     }
-    const auto it = object.find(key);
-    return it == object.end() ? kNull : *it;
+    if (url->ends_with(kPlaceholderName)) {
+        return "<p class=\"notice\">Sent without a screenshot.</p>";
+    }
+    const auto file = files ? files(*url) : std::nullopt;
+    if (!file) {
+        return "<p class=\"notice\">The screenshot is not on this backend: " + esc(*url) + "</p>";
+    }
+    if (!file->picture) {
+        return "<p class=\"notice\">The screenshot is not a picture this page shows (" +
+               esc(file->mimeType) + "): <a href=\"" + esc(file->path) + "\" download>" +
+               esc(file->name) + "</a></p>";
+    }
+    return "<figure class=\"screenshot\"><img src=\"" + esc(file->path) +
+           "\" alt=\"The screenshot, as the tester marked it\"><figcaption>Screenshot as the "
+           "tester marked it &middot; <a href=\"" +
+           esc(file->path) + "\" download>download</a> (" + esc(fileSize(file->size)) +
+           ")</figcaption></figure>";
+}
+
+std::string header(const ReportDocument& doc, const Store::Report& report) {
+    std::string title = ReportDocument::firstLine(report.description);
+    std::string html = "<div class=\"report-head\"><div><p class=\"muted\">Report #" +
+                       std::to_string(report.id) + " &middot; " + esc(report.bundleId) +
+                       "</p><h1>" + (title.empty() ? "No description" : esc(title)) + "</h1>";
+    html += "<p class=\"meta\">";
+    if (const auto reported = doc.text("issue_reported_time")) {
+        html += "Made " + esc(FactFormat::reportTime(*reported)) + " &middot; ";
+    }
+    html += "received " + esc(FactFormat::reportTime(report.receivedAt)) + "</p></div>";
+    html += "<p><a href=\"/api/reports/" + std::to_string(report.id) +
+            "\">Document as JSON</a></p></div>";
+    return html;
+}
+
+std::string description(const ReportDocument& doc, const Store::Report& report) {
+    std::string html = report.description.empty()
+                           ? std::string("<p class=\"muted\">The tester wrote no description.</p>")
+                           : "<p class=\"description\">" + esc(report.description) + "</p>";
+    Facts facts(doc);
+    facts.addHtml("E-mail", report.testerEmail.empty()
+                                ? std::string("<span class=\"muted\">not given</span>")
+                                : esc(report.testerEmail));
+    facts.addText("Quick facts", "quick_facts");
+    return card("What the tester wrote", html + "<h3>From</h3>" + facts.html());
 }
 
 }  // namespace
 
-std::string ReportPage::chart(const json& history, const std::string& valueField) {
-    if (!history.is_array()) {
-        return {};
+std::string ReportPage::render(const Store::Report& report,
+                               const ReportDocument::FileLookup& files) {
+    const ReportDocument doc(report.body);
+    const std::string title =
+        "#" + std::to_string(report.id) + " " + ReportDocument::firstLine(report.description);
+    std::string body = header(doc, report);
+    if (!doc.parsed()) {
+        body += card("Document",
+                     "<p>The stored document is not JSON; here it is as received.</p>"
+                     "<pre class=\"json\">" +
+                         esc(report.body) + "</pre>");
+        return PageFrame::document(title, PageFrame::Section::Report, body);
     }
-    std::vector<double> values;
-    for (const auto& element : history) {
-        if (element.is_object()) {
-            if (const auto it = element.find(valueField); it != element.end()) {
-                if (const auto value = numeric(*it)) {
-                    values.push_back(*value);
-                }
-            }
-        }
-    }
-    if (values.empty()) {
-        return {};
-    }
-    constexpr double kWidth = 340;
-    constexpr double kHeight = 100;
-    constexpr double kLeft = 44;
-    constexpr double kPad = 8;
-    auto [low, high] = std::minmax_element(values.begin(), values.end());
-    double min = *low;
-    double max = *high;
-    if (max - min < 1e-9) {
-        min -= 1;
-        max += 1;
-    }
-    std::string points;
-    for (std::size_t i = 0; i < values.size(); ++i) {
-        const double x = values.size() == 1
-                             ? (kLeft + kWidth - kPad) / 2
-                             : kLeft + (kWidth - kPad - kLeft) * static_cast<double>(i) /
-                                           static_cast<double>(values.size() - 1);
-        const double y = kHeight - kPad - (values[i] - min) / (max - min) * (kHeight - 2 * kPad);
-        points += number(x) + "," + number(y) + " ";
-    }
-    std::string svg = "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + number(kWidth) +
-                      "\" height=\"" + number(kHeight) + "\" viewBox=\"0 0 " + number(kWidth) +
-                      " " + number(kHeight) + "\" role=\"img\">";
-    svg += "<rect x=\"" + number(kLeft) + "\" y=\"" + number(kPad) + "\" width=\"" +
-           number(kWidth - kPad - kLeft) + "\" height=\"" + number(kHeight - 2 * kPad) +
-           "\" fill=\"#f7f8fb\" stroke=\"#e3e6ee\"/>";
-    svg += "<text x=\"2\" y=\"" + number(kPad + 8) + "\">" + esc(label(*high)) + "</text>";
-    svg += "<text x=\"2\" y=\"" + number(kHeight - kPad) + "\">" + esc(label(*low)) + "</text>";
-    svg += "<polyline fill=\"none\" stroke=\"#1144f1\" stroke-width=\"1.5\" points=\"" + points +
-           "\"/>";
-    if (values.size() == 1) {
-        // One sample is a point, which a polyline does not show.
-        const std::size_t comma = points.find(',');
-        svg += "<circle cx=\"" + points.substr(0, comma) + "\" cy=\"" +
-               points.substr(comma + 1, points.size() - comma - 2) +
-               "\" r=\"3\" fill=\"#1144f1\"/>";
-    }
-    svg += "</svg>";
-    return svg;
+    body += "<div class=\"layout\"><div class=\"facts\">";
+    body += guarded("description", [&] { return description(doc, report); });
+    body += guarded("attachments", [&] { return card("Attachments", attachments(doc, files)); });
+    body +=
+        card("Session", guarded("session states", [&] { return BlackBoxSection::sessions(doc); }));
+    body += "</div>" + guarded("screenshot", [&] { return screenshot(doc, files); }) + "</div>";
+    body += "<div class=\"groups\">";
+    body += guarded("device facts", [&] { return deviceCard(doc); });
+    body += guarded("application facts", [&] { return applicationCard(doc, report); });
+    body += guarded("power and network facts", [&] { return powerAndNetworkCard(doc); });
+    body += guarded("storage facts", [&] { return storageCard(doc); });
+    body += guarded("permissions", [&] { return permissionsCard(doc); });
+    body += guarded("other facts", [&] { return otherCard(doc); });
+    body += "</div>";
+    body += card("Black box", guarded("black box", [&] { return BlackBoxSection::blackBox(doc); }));
+    body += card("Document",
+                 "<details><summary>The report as received (JSON)</summary><pre class=\"json\">" +
+                     esc(doc.json().dump(2, ' ', false, json::error_handler_t::replace)) +
+                     "</pre></details>");
+    return PageFrame::document(title, PageFrame::Section::Report, body);
 }
 
-std::string ReportPage::renderReport(const Store::Report& report) {
-    json doc;
-    bool parsed = true;
-    try {
-        doc = json::parse(report.body);
-    } catch (const json::exception&) {
-        parsed = false;
-    }
-    std::string html = "<article id=\"report-" + std::to_string(report.id) + "\"><header><h2>#" +
-                       std::to_string(report.id) + " " + esc(report.bundleId) + "</h2>";
-    html += "<p class=\"meta\">received " + esc(report.receivedAt);
-    if (!report.reportType.empty()) {
-        html += " &middot; " + esc(report.reportType);
-    }
-    if (const std::string reported = field(doc, "issue_reported_time"); !reported.empty()) {
-        html += " &middot; reported " + esc(reported);
-    }
-    html += " &middot; <a href=\"/api/reports/" + std::to_string(report.id) +
-            "\">document</a></p></header>";
-    if (!parsed) {
-        return html + "<p>The stored document is not JSON.</p><pre>" + esc(report.body) +
-               "</pre></article>";
-    }
-
-    html += "<div class=\"top\">";
-    const std::string screenshot = field(doc, "screenshot_url");
-    if (isWebUrl(screenshot)) {
-        html += "<a href=\"" + esc(screenshot) + "\"><img src=\"" + esc(screenshot) +
-                "\" alt=\"Screenshot\"></a>";
-    }
-    html += "<div><h3>Description</h3><p class=\"description\">" + esc(field(doc, "description")) +
-            "</p>";
-    html += "<p>E-mail: " + esc(field(doc, "tester_email")) + "</p>";
-    if (const json& files = member(doc, "files"); files.is_array() && !files.empty()) {
-        html += "<h3>Attachments</h3><ul>";
-        for (const auto& file : files) {
-            const std::string url = field(file, "url");
-            html += isWebUrl(url) ? "<li><a href=\"" + esc(url) + "\">" + esc(url) + "</a></li>"
-                                  : "<li>" + esc(url) + "</li>";
-        }
-        html += "</ul>";
-    }
-    html += "</div></div>";
-
-    static const std::vector<std::pair<const char*, const char*>> kFacts = {
-        {"device", "Device"},
-        {"os", "OS"},
-        {"os_version", "OS version"},
-        {"os_build_version", "OS build"},
-        {"platform", "Platform"},
-        {"app_version", "App version"},
-        {"build_version", "Build"},
-        {"locale", "Locale"},
-        {"timezone", "Time zone"},
-        {"battery_level", "Battery level"},
-        {"battery_status", "Battery status"},
-        {"available_disk_space", "Disk space (MB)"},
-        {"used_disk_space", "Used disk space (MB)"},
-        {"available_memory", "Available memory (MB)"},
-        {"used_memory", "Used memory (MB)"},
-        {"used_application_memory", "Application memory (MB)"},
-        {"device_orientation", "Orientation"},
-        {"screen_width", "Screen width"},
-        {"screen_height", "Screen height"},
-        {"network_name", "Network name"},
-        {"connection_type", "Connection type"},
-        {"network_type", "Network type"},
-        {"current_view", "Current view"},
-        {"authentication", "Device-owner authentication"},
-        {"quick_facts", "Quick facts"},
-    };
-    html += "<h3>Device</h3><table>";
-    for (const auto& [key, title] : kFacts) {
-        if (doc.is_object() && doc.contains(key)) {
-            html += "<tr><th>" + esc(title) + "</th><td>" + esc(field(doc, key)) + "</td></tr>";
-        }
-    }
-    html += "</table>";
-
-    if (const json& permissions = member(doc, "permissions"); permissions.is_array()) {
-        html += "<h3>Permissions</h3>" +
-                table(permissions, {{"name", "Permission"}, {"state", "State"}});
-    }
-    if (const json& sessions = member(doc, "sessions"); sessions.is_array()) {
-        html += "<h3>Session states</h3>" +
-                table(sessions, {{"time_occurred", "Time"}, {"state", "State"}});
-    }
-
-    const json& blackbox = member(doc, "blackbox");
-    html += "<h3>Black box</h3>";
-    static const std::vector<std::tuple<const char*, const char*, const char*>> kCharts = {
-        {"cpu_usage_history", "value", "CPU usage"},
-        {"memory_usage_history", "value", "Memory usage"},
-        {"disk_space_usage_history", "value", "Disk space usage"},
-        {"battery_usage_history", "level", "Battery level"},
-    };
-    html += "<div class=\"charts\">";
-    bool anyHistory = false;
-    for (const auto& [key, valueField, title] : kCharts) {
-        const json& history = member(blackbox, key);
-        if (!history.is_array() || history.empty()) {
-            continue;
-        }
-        anyHistory = true;
-        const std::string svg = chart(history, valueField);
-        html += "<figure><figcaption>" + esc(title) + " (" + std::to_string(history.size()) +
-                " samples, " + esc(field(history.front(), "time_occurred")) + " to " +
-                esc(field(history.back(), "time_occurred")) + ")</figcaption>" +
-                (svg.empty() ? std::string("<p>No numeric values.</p>") : svg) + "</figure>";
-    }
-    html += "</div>";
-    static const std::vector<
-        std::pair<const char*, std::vector<std::pair<const char*, const char*>>>>
-        kTables = {
-            {"battery_usage_history",
-             {{"time_occurred", "Time"}, {"level", "Level"}, {"status", "Status"}}},
-            {"network_usage_history",
-             {{"time_occurred", "Time"}, {"type", "Type"}, {"name", "Name"}}},
-            {"device_orientation_history", {{"time_occurred", "Time"}, {"value", "Orientation"}}},
-        };
-    for (const auto& [key, columns] : kTables) {
-        const json& history = member(blackbox, key);
-        if (!history.is_array() || history.empty()) {
-            continue;
-        }
-        anyHistory = true;
-        html += "<details><summary>" + esc(key) + " (" + std::to_string(history.size()) +
-                ")</summary>" + table(history, columns) + "</details>";
-    }
-    if (!anyHistory) {
-        html += "<p>The black box is empty.</p>";
-    }
-    html += "<details><summary>Document</summary><pre>" +
-            esc(doc.dump(2, ' ', false, json::error_handler_t::replace)) + "</pre></details>";
-    return html + "</article>";
-}
-
-std::string ReportPage::render(const std::vector<Store::Report>& reports) {
-    std::string html =
-        "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">"
-        "<title>Vorna reports</title><style>";
-    html += kStyle;
-    html += "</style></head><body><h1>Received reports</h1>";
-    if (reports.empty()) {
-        html += "<p>No report has been received yet.</p>";
-    } else {
-        html += "<p>" + std::to_string(reports.size()) +
-                (reports.size() == 1 ? " report." : " reports, newest first.") + "</p>";
-    }
-    for (const auto& report : reports) {
-        html += renderReport(report);
-    }
-    return html + "</body></html>\n";
+std::string ReportPage::missing(std::int64_t id) {
+    return PageFrame::document(
+        "No such report", PageFrame::Section::Report,
+        "<h1>No report #" + std::to_string(id) +
+            "</h1><p class=\"notice\">This backend holds no report with that number. "
+            "<a href=\"/reports\">All reports</a></p>");
 }
 
 }  // namespace vorna::backend

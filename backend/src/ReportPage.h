@@ -1,27 +1,22 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "ReportDocument.h"
 #include "Store.h"
 
 namespace vorna::backend {
 
-// The read-only HTML page that shows received reports: screenshot, description, device
-// facts, permissions, session states and the black box histories. Every text that came from
-// a client is escaped.
+// The page of one report: what the tester wrote, the annotated screenshot at full size, the
+// device's facts in words and units, the attachments to download, the session and black box
+// histories drawn, and the document as it was received. Every text that came from a client is
+// escaped, and a document with missing or odd members still gets a page: each part shows what
+// it can read.
 class ReportPage {
 public:
-    static std::string render(const std::vector<Store::Report>& reports);
-
-    // A small inline SVG line chart of the numeric values of one history; empty when the
-    // history holds no number.
-    static std::string chart(const nlohmann::json& history, const std::string& field);
-
-private:
-    static std::string renderReport(const Store::Report& report);
+    static std::string render(const Store::Report& report, const ReportDocument::FileLookup& files);
+    // The page for a report id that is not there.
+    static std::string missing(std::int64_t id);
 };
 
 }  // namespace vorna::backend

@@ -36,6 +36,7 @@ using vorna::backend::ClientCredentials;
 using vorna::backend::ConnectionLimits;
 using vorna::backend::HttpServer;
 using vorna::backend::Options;
+using vorna::backend::ReaderAccess;
 using vorna::backend::Store;
 using vorna::backend::StoreError;
 
@@ -162,6 +163,7 @@ int main(int argc, char** argv) {
     settings.filesDir = filesDir;
     settings.clients = clients;
     settings.expireTokens = options->expireTokens;
+    settings.readersMustAuthenticate = !ReaderAccess::isLoopbackHost(options->host);
     Backend backend(settings, *store);
     backend.install(server);
 

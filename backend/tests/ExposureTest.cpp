@@ -79,9 +79,12 @@ TEST_F(BackendTest, EveryAnswerCarriesTheSecurityHeaders) {
         EXPECT_EQ(answer.header("X-Content-Type-Options"), "nosniff") << what;
         EXPECT_EQ(answer.header("X-Frame-Options"), "DENY") << what;
         EXPECT_EQ(answer.header("Referrer-Policy"), "no-referrer") << what;
+        // An uploaded file is also sandboxed, should a browser ever render it.
+        const std::string policy =
+            "default-src 'none'; img-src 'self' data:; style-src 'unsafe-inline'; "
+            "form-action 'self'; frame-ancestors 'none'; base-uri 'none'";
         EXPECT_EQ(answer.header("Content-Security-Policy"),
-                  "default-src 'none'; img-src 'self' data:; style-src 'unsafe-inline'; "
-                  "form-action 'self'; frame-ancestors 'none'; base-uri 'none'")
+                  what.find("/files/") != std::string::npos ? "sandbox; " + policy : policy)
             << what;
     };
     const HttpAnswer uploaded = uploadFile("page.html", "text/html", "<script>alert(1)</script>");

@@ -80,31 +80,31 @@ TEST_F(BackendTest, ReportIsRefusedForArchivedApplicationOrBadBodyAndNothingIsSt
     EXPECT_EQ(reports[0].at("bundle_id"), "com.example.other");
 }
 
-TEST_F(BackendTest, ReportPageEscapesClientTextAndDrawsHistories) {
+TEST_F(BackendTest, ReportPagesEscapeClientText) {
     const std::string path = std::string("/api/1.0/issue_tracking/apps/") + kBundleId;
     json hostile = kitDocument("<script>alert(\"x\")</script> & more");
     hostile["tester_email"] = "\"><img src=x onerror=alert(1)>";
     hostile["screenshot_url"] = "javascript:alert(1)";
+    hostile["files"] = {{{"url", "javascript:alert(2)"}}};
     ASSERT_EQ(postJson(path, kitDocument("Older report").dump()).status, 200);
-    ASSERT_EQ(postJson(path, hostile.dump()).status, 200);
+    const HttpAnswer posted = postJson(path, hostile.dump());
+    ASSERT_EQ(posted.status, 200);
 
-    const HttpAnswer page = backend().request("GET", "/");
+    const HttpAnswer list = backend().request("GET", "/");
+    ASSERT_EQ(list.status, 200);
+    EXPECT_EQ(list.header("Content-Type"), "text/html; charset=utf-8");
+    const HttpAnswer page =
+        backend().request("GET", "/reports/" + std::to_string(posted.json().at("id").get<int>()));
     ASSERT_EQ(page.status, 200);
-    EXPECT_EQ(page.header("Content-Type"), "text/html; charset=utf-8");
-    const std::string& html = page.body;
-    EXPECT_EQ(html.find("<script>"), std::string::npos);
-    EXPECT_EQ(html.find("<img src=x"), std::string::npos);
-    EXPECT_EQ(html.find("=\"javascript:"), std::string::npos) << "no link to a non-web URL";
-    EXPECT_NE(html.find("&lt;script&gt;alert(&quot;x&quot;)&lt;/script&gt; &amp; more"),
-              std::string::npos);
-    EXPECT_NE(html.find("<img src=\"http://127.0.0.1:1/files/ab/screenshot.jpg\""),
-              std::string::npos);
-    EXPECT_LT(html.find("&lt;script&gt;"), html.find("Older report")) << "newest first";
-    EXPECT_NE(html.find("<svg"), std::string::npos) << "the cpu history is charted";
-    EXPECT_NE(html.find("CPU usage (120 samples"), std::string::npos);
-    EXPECT_NE(html.find("<td>foreground</td>"), std::string::npos);
-    EXPECT_NE(html.find("<td>camera</td>"), std::string::npos);
-    EXPECT_EQ(backend().request("GET", "/reports").body, html);
+    for (const std::string& html : {list.body, page.body}) {
+        EXPECT_EQ(html.find("<script>"), std::string::npos);
+        EXPECT_EQ(html.find("<img src=x"), std::string::npos);
+        EXPECT_EQ(html.find("=\"javascript:"), std::string::npos) << "no link to a non-web URL";
+        EXPECT_NE(html.find("&lt;script&gt;alert(&quot;x&quot;)&lt;/script&gt; &amp; more"),
+                  std::string::npos);
+        EXPECT_NE(html.find("&quot;&gt;&lt;img src=x onerror=alert(1)&gt;"), std::string::npos);
+    }
+    EXPECT_LT(list.body.find("&lt;script&gt;"), list.body.find("Older report")) << "newest first";
 }
 
 TEST_F(BackendTest, TheHelpPageTheComposeScreenLinksToIsServed) {

@@ -91,6 +91,12 @@ HeadScanner::Result ConnectionStream::scanHead() {
     return result;
 }
 
+bool ConnectionStream::awaitHead(std::chrono::milliseconds timeout) {
+    bool peerClosed = false;
+    return waitFor(fd_, POLLIN, timeout) &&
+           receiveHead(peerClosed) == HeadScanner::Result::Complete;
+}
+
 std::string ConnectionStream::requestLine() const {
     const std::string_view pending(buffer_.data() + pos_, len_ - pos_);
     const std::size_t end = pending.find('\n');

@@ -42,6 +42,8 @@ public:
     HeadScanner::Result receiveHead(bool& peerClosed);
     // Looks for the end of a head in what is buffered already (pipelined requests).
     HeadScanner::Result scanHead();
+    // Waits up to the time-out for a whole head to arrive; false when it has not.
+    bool awaitHead(std::chrono::milliseconds timeout);
     std::size_t bufferedBytes() const { return len_ - pos_; }
     // The first line received of the head, for log lines ("" before it is complete).
     std::string requestLine() const;

@@ -25,6 +25,10 @@ constexpr const char* kHiddenContentType = "X-Vorna-Received-Content-Type";
 
 thread_local ConnectionStream* tCurrent = nullptr;
 
+// A client that sends its next request as soon as it has read an answer (a burst of calls
+// on one connection) keeps its worker for it, and is spared the hand-over through the hub.
+constexpr std::chrono::milliseconds kNextRequestWait{2};
+
 // httplib's accept loop gives each socket to a task queue: this one passes it straight to the
 // hub, which only queues it, so accepting never waits for a worker.
 class HubQueue final : public httplib::TaskQueue {
@@ -129,11 +133,12 @@ void HttpServer::serve(std::unique_ptr<ConnectionStream> connection) {
         if (closed || last) {
             return;
         }
-        if (connection->scanHead() != HeadScanner::Result::Complete) {
+        if (connection->scanHead() != HeadScanner::Result::Complete &&
+            !connection->awaitHead(kNextRequestWait)) {
             hub_->park(std::move(connection));
             return;
         }
-        connection->headStarted(std::chrono::steady_clock::now());  // pipelined
+        connection->headStarted(std::chrono::steady_clock::now());
     }
 }
 

@@ -116,9 +116,11 @@ struct MainState {
     std::filesystem::path sandbox;
 };
 
+// Never destroyed: the kit's queue threads may still ask for the main bundle while the host
+// is already running its exit handlers.
 MainState& mainState() {
-    static MainState state;
-    return state;
+    static auto* const state = new MainState;
+    return *state;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include <fstream>
 
 #include "BackendTestSupport.h"
+#include "RawClient.h"
 
 namespace vorna::backend::test {
 namespace {
@@ -128,17 +129,6 @@ TEST_F(TokenEndpointTest, OverlongBasicCredentialsAreRefusedWithAReadableAnswer)
     EXPECT_NE(hundred.body.find("header line is longer than"), std::string::npos) << hundred.body;
 
     EXPECT_NO_THROW(backend_->accessToken(kClientId, kClientSecret)) << "still serving";
-}
-
-long peakResidentKiB(pid_t pid) {
-    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.rfind("VmHWM:", 0) == 0) {
-            return std::stol(line.substr(6));
-        }
-    }
-    return -1;
 }
 
 TEST_F(TokenEndpointTest, FormFloodsCostNoMemoryAndTheKitsRequestIsJournaledAsSent) {
